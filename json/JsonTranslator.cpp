@@ -1,0 +1,167 @@
+#include <json/JsonTranslator_p.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QStringConverter>
+
+#include <algorithm>
+#include <utility>
+
+namespace JsonUtils {
+
+namespace {
+
+/// Appends the bytes that QString::toUtf8() gives, without a string of its own.
+void appendUtf8(std::string& buffer, QStringView text)
+{
+    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
+    const size_t start = buffer.size();
+    buffer.resize(start + static_cast<size_t>(encoder.requiredSpace(text.size())));
+    const char* end = encoder.appendToBuffer(buffer.data() + start, text);
+    buffer.resize(static_cast<size_t>(end - buffer.data()));
+}
+
+} // namespace
+
+JsonTranslator::JsonTranslator(const QList<QString>& path)
+{
+    for (const QString& key : path) {
+        appendKey(key);
+    }
+}
+
+void JsonTranslator::translate(QJsonObject& object)
+{
+    const Level end = walk(makeLevel(object));
+    if (end.isTranslated) {
+        object = end.object;
+    }
+}
+
+void JsonTranslator::translate(QJsonArray& array)
+{
+    const Level end = walk(makeLevel(array));
+    if (end.isTranslated) {
+        array = end.array;
+    }
+}
+
+/// A level whose path is the current context.
+JsonTranslator::Level JsonTranslator::makeLevel(const QJsonObject& object) const
+{
+    Level level;
+    level.object = object;
+    level.size = object.size();
+    level.isObject = true;
+    level.contextSize = m_context.size();
+    level.hasPath = m_hasPath;
+    level.hasNul = m_hasNul;
+    return level;
+}
+
+JsonTranslator::Level JsonTranslator::makeLevel(const QJsonArray& array) const
+{
+    Level level;
+    level.array = array;
+    level.size = array.size();
+    level.contextSize = m_context.size();
+    level.hasPath = m_hasPath;
+    level.hasNul = m_hasNul;
+    return level;
+}
+
+/// Translates everything at and below `start` and returns it.
+JsonTranslator::Level JsonTranslator::walk(Level start)
+{
+    m_levels.push_back(std::move(start));
+    while (true) {
+        Level& level = m_levels.back();
+        if (level.next < level.size) {
+            visit(level);
+        } else if (m_levels.size() > 1) {
+            leave();
+        } else {
+            return std::move(level);
+        }
+    }
+}
+
+/// Visits the next member or element of `level`, which is the innermost one. The containers are
+/// addressed by position: a position stays valid when a value is replaced, an iterator may not.
+void JsonTranslator::visit(Level& level)
+{
+    const qsizetype position = level.next++;
+    const QJsonValueConstRef value =
+        level.isObject ? *(level.object.constBegin() + position) : *(level.array.constBegin() + position);
+    const QJsonValue::Type type = value.type();
+    if (type != QJsonValue::Object && type != QJsonValue::Array && type != QJsonValue::String) {
+        return;
+    }
+    m_context.resize(level.contextSize);
+    m_hasPath = level.hasPath;
+    m_hasNul = level.hasNul;
+    if (level.isObject) {
+        appendKey((level.object.constBegin() + position).key());
+    }
+    if (type == QJsonValue::Object) {
+        enter(makeLevel(value.toObject()), level);
+    } else if (type == QJsonValue::Array) {
+        enter(makeLevel(value.toArray()), level);
+    } else if (QString translation; translateText(value.toString(), translation) && !level.isDropped) {
+        store(level, position, translation);
+    }
+}
+
+void JsonTranslator::enter(Level child, const Level& parent)
+{
+    child.isDropped = parent.isDropped || (!parent.isObject && !child.isObject);
+    m_levels.push_back(std::move(child));
+}
+
+/// Ends the innermost container and writes it back into the one around it.
+void JsonTranslator::leave()
+{
+    const Level child = std::move(m_levels.back());
+    m_levels.pop_back();
+    if (child.isTranslated) {
+        Level& parent = m_levels.back();
+        store(parent, parent.next - 1, child.isObject ? QJsonValue(child.object) : QJsonValue(child.array));
+    }
+}
+
+/// Looks `text` up in the current context. False when it stays as it is.
+bool JsonTranslator::translateText(const QString& text, QString& translation)
+{
+    if (m_hasNul || text.contains(QChar(u'\0'))) {
+        return false;
+    }
+    m_text.clear();
+    appendUtf8(m_text, text);
+    translation = QCoreApplication::translate(m_context.c_str(), m_text.c_str());
+    // An untranslated text comes back through UTF-8, in which a lone surrogate and a leading byte order
+    // mark do not survive; that is no translation.
+    return translation != text && translation != QString::fromStdString(m_text);
+}
+
+void JsonTranslator::appendKey(const QString& key)
+{
+    if (m_hasPath) {
+        m_context += '_';
+    }
+    const size_t start = m_context.size();
+    appendUtf8(m_context, key);
+    std::replace(m_context.begin() + static_cast<std::ptrdiff_t>(start), m_context.end(), ' ', '_');
+    m_hasPath = true;
+    m_hasNul = m_hasNul || key.contains(QChar(u'\0'));
+}
+
+void JsonTranslator::store(Level& level, qsizetype position, const QJsonValue& value)
+{
+    if (level.isObject) {
+        (level.object.begin() + position).value() = value;
+    } else {
+        level.array.replace(position, value);
+    }
+    level.isTranslated = true;
+}
+
+} // namespace JsonUtils
