@@ -1,7 +1,7 @@
 #include <json/JsonTranslator_p.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
-#include <QtCore/QStringConverter>
 
 #include <algorithm>
 #include <utility>
@@ -10,14 +10,20 @@ namespace JsonUtils {
 
 namespace {
 
-/// Appends the bytes that QString::toUtf8() gives, without a string of its own.
-void appendUtf8(std::string& buffer, QStringView text)
+/// Appends what QString::toUtf8() gives; nearly all keys and texts are ASCII and need no string of their
+/// own for that.
+void appendUtf8(std::string& buffer, const QString& text)
 {
-    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
+    if (!std::all_of(text.cbegin(), text.cend(),
+                     [](QChar character) { return character.unicode() < 0x80; })) {
+        const QByteArray utf8 = text.toUtf8();
+        buffer.append(utf8.constData(), static_cast<size_t>(utf8.size()));
+        return;
+    }
     const size_t start = buffer.size();
-    buffer.resize(start + static_cast<size_t>(encoder.requiredSpace(text.size())));
-    const char* end = encoder.appendToBuffer(buffer.data() + start, text);
-    buffer.resize(static_cast<size_t>(end - buffer.data()));
+    buffer.resize(start + static_cast<size_t>(text.size()));
+    std::transform(text.cbegin(), text.cend(), buffer.begin() + static_cast<std::ptrdiff_t>(start),
+                   [](QChar character) { return character.toLatin1(); });
 }
 
 } // namespace
