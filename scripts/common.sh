@@ -3,6 +3,8 @@
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
+# Where relative paths in the caller's arguments count from.
+# shellcheck disable=SC2034
 started_in=$PWD
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"

@@ -10,7 +10,7 @@ build coverage
 find build/coverage -name '*.gcda' -delete
 
 note "test (coverage)"
-ctest --test-dir build/coverage --parallel "$jobs" --output-on-failure --no-tests=error --progress </dev/null
+ctest --test-dir build/coverage --parallel "$jobs" --output-on-failure --no-tests=error </dev/null
 
 note "coverage of the library"
 mkdir -p build/coverage/report

@@ -57,6 +57,7 @@ done
 ! grep -rnE '(^|[ "=;(])/(usr|opt|home|root|tmp|build)/' "$prefix" --include='*.cmake' --include='*.pc' \
     --include='*.pri' --include='*.h' || fail "an absolute path stands in the lines above"
 while IFS= read -r -d '' binary; do
+    # shellcheck disable=SC2016 # the loader's own word, not the shell's
     if readelf -d "$binary" 2>/dev/null | grep -E 'R(UN)?PATH' | grep -v '\[\$ORIGIN[^:]*\]'; then
         fail "$binary looks for libraries outside of the installed copy"
     fi

@@ -55,5 +55,6 @@ export -f run_one
 export preset
 
 note "test ($preset)"
+# shellcheck disable=SC2016 # expanded by the shell that xargs starts
 printf '%s\0' "${programs[@]}" | xargs -0 -n 1 -P "$jobs" bash -c 'run_one "$1" || exit 1' run_one
 echo "$preset: ${#programs[@]} test programs"

@@ -18,5 +18,7 @@ build "$preset"
 
 note "test ($preset)"
 [ -d ../shared/data ] || echo "note: no ../shared/data here; the tests on real measurements are skipped"
-ctest --test-dir "build/$preset" --parallel "$jobs" --output-on-failure --no-tests=error --progress "$@" \
-    </dev/null 2>&1 | tee "build/$preset/ctest.log"
+progress=()
+[ ! -t 1 ] || progress=(--progress)
+ctest --test-dir "build/$preset" --parallel "$jobs" --output-on-failure --no-tests=error "${progress[@]}" \
+    --output-log "$root/build/$preset/ctest.log" "$@" </dev/null
