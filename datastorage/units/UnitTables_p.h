@@ -1,5 +1,6 @@
 #pragma once
 
+#include <datastorage/units/PhysicalParameter.h>
 #include <datastorage/units/UsualUnitType.h>
 
 #include <QtCore/QStringView>
@@ -98,6 +99,95 @@ inline constexpr std::array UNITS{
     UnitRow{UnitSecondPowerAlphaMinusOne, u"s^(α - 1)", UnitSecondPowerAlphaMinusOne},
 };
 
+/// The factor from a parameter's main unit to a unit: a value in the main unit times `factor` is the value
+/// in `unit`.
+struct FactorRow
+{
+    PhysicalParameter parameter;
+    UsualUnitType unit;
+    float factor;
+};
+
+/// The factors of the elementary parameters; each unit belongs to one of them. Factors of composite
+/// parameters are computed from these. The square micrometre and the square nanometre deliberately do not
+/// carry the squares of their linear factors (1e12, 1e18): converted documents depend on the values here.
+inline constexpr std::array FACTORS{
+    FactorRow{ParameterMass, UnitKilogram, 1.0F},
+    FactorRow{ParameterMass, UnitGram, 1000.0F},
+    FactorRow{ParameterMass, UnitMilligram, 1e6F},
+    FactorRow{ParameterMass, UnitMicrogram, 1e9F},
+    FactorRow{ParameterLength, UnitMeter, 1.0F},
+    FactorRow{ParameterLength, UnitDecimeter, 10.0F},
+    FactorRow{ParameterLength, UnitCentimeter, 100.0F},
+    FactorRow{ParameterLength, UnitMillimeter, 1000.0F},
+    FactorRow{ParameterLength, UnitMicrometer, 1e6F},
+    FactorRow{ParameterLength, UnitNanometer, 1e9F},
+    FactorRow{ParameterTime, UnitSecond, 1.0F},
+    FactorRow{ParameterTime, UnitMillisecond, 1000.0F},
+    FactorRow{ParameterTime, UnitMicrosecond, 1e6F},
+    FactorRow{ParameterTime, UnitNanosecond, 1e9F},
+    FactorRow{ParameterTime, UnitMinute, 1.0F / 60.0F},
+    FactorRow{ParameterTime, UnitHour, 1.0F / 3600.0F},
+    FactorRow{ParameterTime, UnitDay, 1.0F / 86400.0F},
+    FactorRow{ParameterTemperature, UnitDegreeCelsius, 1.0F},
+    FactorRow{ParameterElectricCurrent, UnitAmpere, 1.0F},
+    FactorRow{ParameterElectricCurrent, UnitMilliampere, 1000.0F},
+    FactorRow{ParameterElectricCurrent, UnitMicroampere, 1e6F},
+    FactorRow{ParameterElectricCurrent, UnitNanoampere, 1e9F},
+    FactorRow{ParameterElectricCurrent, UnitPicoampere, 1e12F},
+    FactorRow{ParameterElectricCurrent, UnitFemtoampere, 1e15F},
+    FactorRow{ParameterAmountOfSubstance, UnitMole, 1.0F},
+    FactorRow{ParameterFrequency, UnitHertz, 1.0F},
+    FactorRow{ParameterFrequency, UnitKilohertz, 1e-3F},
+    FactorRow{ParameterFrequency, UnitMegahertz, 1e-6F},
+    FactorRow{ParameterFrequency, UnitMillihertz, 1000.0F},
+    FactorRow{ParameterFrequency, UnitMicrohertz, 1e6F},
+    FactorRow{ParameterVoltage, UnitVolt, 1.0F},
+    FactorRow{ParameterVoltage, UnitMillivolt, 1000.0F},
+    FactorRow{ParameterVoltage, UnitMicrovolt, 1e6F},
+    FactorRow{ParameterElectricCharge, UnitCoulomb, 1.0F},
+    FactorRow{ParameterElectricCharge, UnitKilocoulomb, 1e-3F},
+    FactorRow{ParameterElectricCharge, UnitMillicoulomb, 1000.0F},
+    FactorRow{ParameterElectricCharge, UnitMicrocoulomb, 1e6F},
+    FactorRow{ParameterElectricCharge, UnitNanocoulomb, 1e9F},
+    FactorRow{ParameterElectricCharge, UnitPicocoulomb, 1e12F},
+    FactorRow{ParameterCapacitance, UnitFarad, 1.0F},
+    FactorRow{ParameterPower, UnitWatt, 1.0F},
+    FactorRow{ParameterPower, UnitMilliwatt, 1000.0F},
+    FactorRow{ParameterPower, UnitMicrowatt, 1e6F},
+    FactorRow{ParameterPower, UnitNanowatt, 1e9F},
+    FactorRow{ParameterEnergy, UnitJoule, 1.0F},
+    FactorRow{ParameterEnergy, UnitKilojoule, 1e-3F},
+    FactorRow{ParameterEnergy, UnitMegajoule, 1e-6F},
+    FactorRow{ParameterEnergy, UnitMillijoule, 1000.0F},
+    FactorRow{ParameterEnergy, UnitMicrojoule, 1e6F},
+    FactorRow{ParameterEnergy, UnitNanojoule, 1e9F},
+    FactorRow{ParameterResistance, UnitOhm, 1.0F},
+    FactorRow{ParameterResistance, UnitKiloohm, 1e-3F},
+    FactorRow{ParameterResistance, UnitMegaohm, 1e-6F},
+    FactorRow{ParameterResistance, UnitMilliohm, 1000.0F},
+    FactorRow{ParameterResistance, UnitMicroohm, 1e6F},
+    FactorRow{ParameterAdmittance, UnitReciprocalOhm, 1.0F},
+    FactorRow{ParameterArea, UnitSquareMeter, 1.0F},
+    FactorRow{ParameterArea, UnitSquareDecimeter, 100.0F},
+    FactorRow{ParameterArea, UnitSquareCentimeter, 1e4F},
+    FactorRow{ParameterArea, UnitSquareMillimeter, 1e6F},
+    FactorRow{ParameterArea, UnitSquareMicrometer, 1e8F},
+    FactorRow{ParameterArea, UnitSquareNanometer, 1e10F},
+    FactorRow{ParameterVolume, UnitCubicMeter, 1.0F},
+    FactorRow{ParameterVolume, UnitLiter, 1000.0F},
+    FactorRow{ParameterVolume, UnitCubicCentimeter, 1e6F},
+    FactorRow{ParameterVolume, UnitMilliliter, 1e6F},
+    FactorRow{ParameterVolume, UnitCubicMillimeter, 1e9F},
+    FactorRow{ParameterRatio, UnitDimensionless, 1.0F},
+    FactorRow{ParameterRatio, UnitPercent, 100.0F},
+    FactorRow{ParameterAngle, UnitRadian, 1.0F},
+    FactorRow{ParameterAngle, UnitDegree, 57.29578F},
+    FactorRow{ParameterInductance, UnitHenry, 1.0F},
+    FactorRow{ParameterSquareRootTime, UnitSquareRootSecond, 1.0F},
+    FactorRow{ParameterTimePowerAlphaMinusOne, UnitSecondPowerAlphaMinusOne, 1.0F},
+};
+
 /// The place of each unit number in UNITS, for a look-up by number in one step; NO_UNIT_ROW for a number
 /// that names no unit.
 inline constexpr std::uint8_t NO_UNIT_ROW = 0xFF;
@@ -109,6 +199,16 @@ inline constexpr auto UNIT_ROW_OF_NUMBER = [] {
     return rows;
 }();
 
+/// The place in FACTORS for each row of UNITS, NO_UNIT_ROW for a unit without factors.
+inline constexpr auto FACTOR_ROW_OF_UNIT_ROW = [] {
+    std::array<std::uint8_t, UNITS.size()> rows{};
+    rows.fill(NO_UNIT_ROW);
+    for (std::size_t row = 0; row < FACTORS.size(); ++row)
+        rows[UNIT_ROW_OF_NUMBER[static_cast<std::size_t>(FACTORS[row].unit)]] =
+            static_cast<std::uint8_t>(row);
+    return rows;
+}();
+
 /// The row of `unit`; null for a number that names no unit.
 [[nodiscard]] constexpr const UnitRow* findUnitRow(UsualUnitType unit)
 {
@@ -117,6 +217,16 @@ inline constexpr auto UNIT_ROW_OF_NUMBER = [] {
         return nullptr;
     const std::uint8_t row = UNIT_ROW_OF_NUMBER[number];
     return row == NO_UNIT_ROW ? nullptr : &UNITS[row];
+}
+
+/// The factor row of `unit`; null for a unit without factors, such as UnitNone.
+[[nodiscard]] constexpr const FactorRow* findFactorRow(UsualUnitType unit)
+{
+    const UnitRow* row = findUnitRow(unit);
+    if (row == nullptr)
+        return nullptr;
+    const std::uint8_t factorRow = FACTOR_ROW_OF_UNIT_ROW[static_cast<std::size_t>(row - UNITS.data())];
+    return factorRow == NO_UNIT_ROW ? nullptr : &FACTORS[factorRow];
 }
 
 } // namespace vx::datastorage
