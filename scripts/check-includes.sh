@@ -31,7 +31,7 @@ complain() {
     bad=1
 }
 
-# includes_of FILE: "line path" of every include of a project file, in angle brackets or quotes.
+# includes_of FILE: the path of every include of a project file, in angle brackets or quotes.
 includes_of() {
     sed -n 's/^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"]\([^>"]*\)[>"].*/\1/p' "$1" |
         grep -E '^(datastorage|json|tools|archive|cli|tests|benchmarks|fuzz|examples)/' || true
