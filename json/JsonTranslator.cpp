@@ -10,20 +10,27 @@ namespace JsonUtils {
 
 namespace {
 
-/// Appends what QString::toUtf8() gives; nearly all keys and texts are ASCII and need no string of their
-/// own for that.
+/// Appends what QString::toUtf8() gives. Nearly all keys and texts are ASCII and need no string of
+/// their own for that.
 void appendUtf8(std::string& buffer, const QString& text)
 {
-    if (!std::all_of(text.cbegin(), text.cend(),
-                     [](QChar character) { return character.unicode() < 0x80; })) {
-        const QByteArray utf8 = text.toUtf8();
-        buffer.append(utf8.constData(), static_cast<size_t>(utf8.size()));
-        return;
-    }
     const size_t start = buffer.size();
     buffer.resize(start + static_cast<size_t>(text.size()));
-    std::transform(text.cbegin(), text.cend(), buffer.begin() + static_cast<std::ptrdiff_t>(start),
-                   [](QChar character) { return character.toLatin1(); });
+    char* target = buffer.data() + start;
+    unsigned bits = 0;
+    for (const QChar character : text) {
+        bits |= character.unicode();
+        *target++ = character.toLatin1();
+    }
+    if (bits >= 0x80) {
+        const QByteArray utf8 = text.toUtf8();
+        buffer.replace(start, std::string::npos, utf8.constData(), static_cast<size_t>(utf8.size()));
+    }
+}
+
+bool hasNul(const std::string& utf8, size_t start)
+{
+    return utf8.find('\0', start) != std::string::npos;
 }
 
 } // namespace
@@ -126,22 +133,22 @@ void JsonTranslator::enter(Level child, const Level& parent)
 /// Ends the innermost container and writes it back into the one around it.
 void JsonTranslator::leave()
 {
-    const Level child = std::move(m_levels.back());
-    m_levels.pop_back();
+    const Level& child = m_levels.back();
     if (child.isTranslated) {
-        Level& parent = m_levels.back();
+        Level& parent = m_levels[m_levels.size() - 2];
         store(parent, parent.next - 1, child.isObject ? QJsonValue(child.object) : QJsonValue(child.array));
     }
+    m_levels.pop_back();
 }
 
 /// Looks `text` up in the current context. False when it stays as it is.
 bool JsonTranslator::translateText(const QString& text, QString& translation)
 {
-    if (m_hasNul || text.contains(QChar(u'\0'))) {
-        return false;
-    }
     m_text.clear();
     appendUtf8(m_text, text);
+    if (m_hasNul || hasNul(m_text, 0)) {
+        return false;
+    }
     translation = QCoreApplication::translate(m_context.c_str(), m_text.c_str());
     // An untranslated text comes back through UTF-8, in which a lone surrogate and a leading byte order
     // mark do not survive; that is no translation.
@@ -157,7 +164,7 @@ void JsonTranslator::appendKey(const QString& key)
     appendUtf8(m_context, key);
     std::replace(m_context.begin() + static_cast<std::ptrdiff_t>(start), m_context.end(), ' ', '_');
     m_hasPath = true;
-    m_hasNul = m_hasNul || key.contains(QChar(u'\0'));
+    m_hasNul = m_hasNul || hasNul(m_context, start);
 }
 
 void JsonTranslator::store(Level& level, qsizetype position, const QJsonValue& value)

@@ -13,14 +13,18 @@ namespace JsonUtils {
 namespace {
 
 constexpr const char* TRANSLATION_CONTEXT = "vx_batterydata";
+constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 /// The document in the file, or a null one when it is empty or has a syntax error.
 QJsonDocument readDocument(QFile& file)
 {
-    // Through a string and back: bytes that are not UTF-8 become U+FFFD instead of a syntax error, and
-    // a byte order mark is dropped. Each form is released before the next but one is made.
-    const QByteArray utf8 = QString::fromUtf8(file.readAll()).toUtf8();
+    QByteArray utf8 = file.readAll();
     file.close();
+    if (!utf8.isValidUtf8() || utf8.startsWith(BYTE_ORDER_MARK)) {
+        // Through a string and back: bytes that are not UTF-8 become U+FFFD instead of a syntax error,
+        // and the byte order mark is dropped. Any other content would come back as it is.
+        utf8 = QString::fromUtf8(utf8).toUtf8();
+    }
     return QJsonDocument::fromJson(utf8);
 }
 
