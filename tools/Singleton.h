@@ -27,15 +27,20 @@ public:
     Singleton& operator=(const Singleton&) = delete;
 
     /// The one object.
-    static T& instance()
-    {
-        static T object{token()};
-        return object;
-    }
+    static T& instance();
 
 protected:
     Singleton() = default;
     ~Singleton() = default;
 };
+
+// Defined outside the class and so not inline: behind `extern template` no compiler makes a copy of it,
+// and of its object, outside the library.
+template <typename T>
+T& Singleton<T>::instance()
+{
+    static T object{token()};
+    return object;
+}
 
 } // namespace nel::tools
