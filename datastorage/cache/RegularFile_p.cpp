@@ -1,0 +1,53 @@
+#include <datastorage/cache/RegularFile_p.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#if defined(Q_OS_UNIX)
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace vx::datastorage {
+
+#if defined(Q_OS_UNIX)
+
+bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
+{
+    file.close();
+    if (path.contains(QChar(u'\0')))
+        return false; // the system would take the part before it
+    // What was opened is looked at, not the path: something else could stand there a moment later.
+    int descriptor = -1;
+    do {
+        descriptor =
+            ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    } while (descriptor == -1 && errno == EINTR);
+    if (descriptor == -1)
+        return false;
+    struct stat status
+    {};
+    const bool regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (regular && file.open(descriptor, QIODevice::ReadOnly | options, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(descriptor);
+    return false;
+}
+
+#else
+
+bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
+{
+    file.close();
+    if (!QFileInfo(path).isFile())
+        return false;
+    file.setFileName(path);
+    return file.open(QIODevice::ReadOnly | options);
+}
+
+#endif
+
+} // namespace vx::datastorage

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QtCore/QIODevice>
+
+class QFile;
+class QString;
+
+namespace vx::datastorage {
+
+/// Opens `path` for reading through `file`, which is closed before, when it is a regular file or a
+/// link to one. Anything else in its place (a directory, a pipe, a device) is refused without
+/// waiting for it: opening a pipe would otherwise block until somebody writes to it. `options` is
+/// added to QIODevice::ReadOnly.
+[[nodiscard]] bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options = {});
+
+} // namespace vx::datastorage
