@@ -1,0 +1,342 @@
+#include <datastorage/arrays/DataArrayStreamed_p.h>
+
+#include <datastorage/arrays/DataArrayInfoStreamed.h>
+#include <datastorage/arrays/SampleWriter_p.h>
+#include <datastorage/cache/CacheManagerAccess_p.h>
+
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <cstring>
+
+namespace vx::datastorage {
+
+namespace {
+
+qint64 sizeOf(std::span<const DataTypeBase> samples)
+{
+    return static_cast<qint64>(samples.size());
+}
+
+void copySamples(std::span<DataTypeBase> out, const DataTypeBase* from, qint64 count)
+{
+    if (count > 0)
+        std::memcpy(out.data(), from, static_cast<std::size_t>(count) * sizeof(DataTypeBase));
+}
+
+} // namespace
+
+DataArrayStreamed* StreamedArrayAccess::arrayOf(DataArrayInfoStreamed& info)
+{
+    return info.getDataArrayStreamed();
+}
+
+// What is in memory
+
+qint64 StreamedArrayAccess::firstIndex(const DataArrayStreamed& array)
+{
+    return array.m_firstIndex.load();
+}
+
+qint64 StreamedArrayAccess::realSize(const DataArrayStreamed& array)
+{
+    return array.m_realSize.load();
+}
+
+qint64 StreamedArrayAccess::loadedSize(const DataArrayStreamed& array)
+{
+    return array.m_loadedSize.load();
+}
+
+qint64 StreamedArrayAccess::sizeInBlock(const DataArrayStreamed& array)
+{
+    return array.m_state->filling ? array.m_loadedSize.load() : array.m_size;
+}
+
+StreamedArrayAccess::HeldBlock StreamedArrayAccess::hold(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return {SampleBlockUser(array.m_data), std::min(sizeInBlock(array), array.m_allocated)};
+}
+
+bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    const qint64 loaded = array.m_loadedSize.load();
+    return array.m_firstIndex.load() == 0 && loaded == sizeInBlock(array) &&
+           loaded >= array.m_realSize.load();
+}
+
+bool StreamedArrayAccess::hasUnwrittenSamples(const DataArrayStreamed& array)
+{
+    return array.m_state->samplesOnDisk.load() < array.m_realSize.load();
+}
+
+void StreamedArrayAccess::setSamplesOnDisk(const DataArrayStreamed& array, qint64 count)
+{
+    array.m_state->samplesOnDisk.store(count);
+}
+
+bool StreamedArrayAccess::mayBeEvicted(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return !hasUnwrittenSamples(array) && !array.m_state->loading && array.m_state->pendingLoads.load() == 0;
+}
+
+qint64 StreamedArrayAccess::copyResident(const DataArrayStreamed& array, qint64 first,
+                                         std::span<DataTypeBase> out)
+{
+    const HeldBlock held = hold(array);
+    const quint64 at = static_cast<quint64>(first) - static_cast<quint64>(firstIndex(array));
+    const auto loaded = static_cast<quint64>(std::min(loadedSize(array), held.count));
+    if (at >= loaded)
+        return 0;
+    const qint64 count = std::min(static_cast<qint64>(loaded - at), sizeOf(out));
+    copySamples(out, held.block.samples() + at, count);
+    return count;
+}
+
+qint64 StreamedArrayAccess::copyLate(const DataArrayStreamed& array, qint64 first,
+                                     std::span<DataTypeBase> out)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    const std::vector<DataTypeBase>& late = array.m_state->late;
+    const qint64 at = first - (array.m_realSize.load() - sizeOf(late));
+    if (late.empty() || at < 0 || at >= sizeOf(late))
+        return 0;
+    const qint64 count = std::min(sizeOf(late) - at, sizeOf(out));
+    copySamples(out, late.data() + at, count);
+    return count;
+}
+
+// Filling
+
+/// Makes the block ready to be added to at its end: from here on the count of loaded samples is the
+/// number of samples in the block. Returns false while a load is under way or the block's end is not
+/// the array's.
+bool StreamedArrayAccess::startFilling(DataArrayStreamed& array)
+{
+    StreamedArrayState& state = *array.m_state;
+    if (state.filling)
+        return true;
+    if (state.loading || state.pendingLoads.load() > 0)
+        return false;
+    takeLate(array);
+    const qint64 loaded = array.m_loadedSize.load();
+    if (loaded == 0)
+        array.m_firstIndex.store(array.m_realSize.load());
+    if (!state.late.empty() || array.m_firstIndex.load() + loaded < array.m_realSize.load())
+        return false;
+    state.filling = true;
+    MemoryMeter::instance().open(state.account);
+    return true;
+}
+
+void StreamedArrayAccess::stopFilling(DataArrayStreamed& array)
+{
+    StreamedArrayState& state = *array.m_state;
+    if (state.filling)
+        array.m_size = array.m_loadedSize.load();
+    state.filling = false;
+    array.m_fillLimit = 0;
+    MemoryMeter::instance().settle(state.account);
+}
+
+void StreamedArrayAccess::finishFilling(DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    if (array.m_state->filling)
+        stopFilling(array);
+}
+
+/// Moves the samples that wait beside the block to its end, when that is the end of the array.
+void StreamedArrayAccess::takeLate(DataArrayStreamed& array)
+{
+    std::vector<DataTypeBase>& late = array.m_state->late;
+    const qint64 loaded = array.m_loadedSize.load();
+    const qint64 sizeBefore = array.m_realSize.load() - sizeOf(late);
+    if (loaded == 0)
+        array.m_firstIndex.store(sizeBefore);
+    if (late.empty() || array.m_firstIndex.load() + loaded != sizeBefore ||
+        !array.makeRoom(loaded, sizeOf(late)))
+        return;
+    std::memcpy(array.m_data + loaded, late.data(), late.size() * sizeof(DataTypeBase));
+    array.m_size = loaded + sizeOf(late);
+    late.clear();
+    array.m_loadedSize.store(array.m_size, std::memory_order_release);
+    MemoryMeter::instance().settle(array.m_state->account);
+}
+
+void StreamedArrayAccess::addBlock(DataArray& array, std::span<const DataTypeBase> samples)
+{
+    auto* streamed = dynamic_cast<DataArrayStreamed*>(&array);
+    if (!streamed) {
+        array.addBlock(samples);
+        return;
+    }
+    const nel::tools::Locker lock(streamed->m_memoryLock);
+    if (samples.empty())
+        return;
+    if (!startFilling(*streamed)) {
+        std::vector<DataTypeBase>& late = streamed->m_state->late;
+        late.insert(late.end(), samples.begin(), samples.end());
+        streamed->m_realSize.fetch_add(sizeOf(samples));
+        return;
+    }
+    const qint64 size = streamed->m_loadedSize.load();
+    if (!streamed->makeRoom(size, sizeOf(samples))) {
+        streamed->setReadWriteError(true);
+        return;
+    }
+    std::memcpy(streamed->m_data + size, samples.data(), samples.size_bytes());
+    publishAdded(*streamed, size + sizeOf(samples), sizeOf(samples));
+    streamed->m_fillLimit = streamed->m_limit;
+}
+
+// Giving memory back
+
+/// Gives the array a block of its own when somebody still uses the one it has.
+void StreamedArrayAccess::replaceSharedBlock(DataArrayStreamed& array)
+{
+    if (!SampleBlock::isShared(array.m_data))
+        return;
+    array.freeArray();
+    array.reserve(0);
+}
+
+void StreamedArrayAccess::dropBlock(DataArrayStreamed& array)
+{
+    StreamedArrayState& state = *array.m_state;
+    array.m_loadedSize.store(0);
+    array.freeArray();
+    state.loading = false;
+    ++state.loadGeneration;
+}
+
+/// Keeps the last `keep` samples of the block, in a block of their own. Returns whether that was possible.
+bool StreamedArrayAccess::keepLast(DataArrayStreamed& array, qint64 keep)
+{
+    DataTypeBase* kept = SampleBlock::allocate(std::max<qint64>(keep, 1));
+    if (!kept)
+        return false;
+    std::memcpy(kept, array.m_data + (array.m_size - keep),
+                static_cast<std::size_t>(keep) * sizeof(DataTypeBase));
+    array.m_loadedSize.store(0);
+    array.m_firstIndex.fetch_add(array.m_size - keep);
+    array.freeArray();
+    array.m_data = kept;
+    array.m_size = keep;
+    array.m_capacity = array.m_allocated = std::max<qint64>(keep, 1);
+    array.updateLimit();
+    array.m_loadedSize.store(keep);
+    return true;
+}
+
+void StreamedArrayAccess::dropWritten(DataArrayStreamed& array)
+{
+    if (!hasUnwrittenSamples(array)) {
+        array.removeFromMemory();
+        return;
+    }
+    const nel::tools::Locker lock(array.m_memoryLock);
+    stopFilling(array);
+    const qint64 end = array.m_firstIndex.load() + array.m_size;
+    const qint64 keep = end - array.m_state->samplesOnDisk.load();
+    if (keep < array.m_size && keep > 0 && keepLast(array, keep))
+        MemoryMeter::instance().settle(array.m_state->account);
+}
+
+// Waiting
+
+void StreamedArrayAccess::startLoad(const DataArrayStreamed& array)
+{
+    array.m_state->pendingLoads.fetch_add(1);
+}
+
+void StreamedArrayAccess::finishLoad(const DataArrayStreamed& array)
+{
+    array.m_state->pendingLoads.fetch_sub(1);
+    array.m_loadLock.wakeAll();
+}
+
+StreamedArrayAccess::Wait StreamedArrayAccess::waitForLoad(const DataArrayStreamed& array, qint64 index)
+{
+    const auto isReadable = [&] {
+        const quint64 at = static_cast<quint64>(index) - static_cast<quint64>(array.m_firstIndex.load());
+        return at < static_cast<quint64>(array.m_loadedSize.load());
+    };
+    array.m_loadLock.waitUntil(
+        [&] { return isReadable() || array.isInError() || array.m_state->pendingLoads.load() == 0; });
+    if (array.isInError())
+        return Wait::Error;
+    return isReadable() ? Wait::Readable : Wait::NoMoreToCome;
+}
+
+StreamedArrayAccess::Wait StreamedArrayAccess::waitForSample(const DataArrayStreamed& array, qint64 index)
+{
+    bool hasBeenInError = false;
+    for (;;) {
+        const Wait result = waitForLoad(array, index);
+        if (result != Wait::Error)
+            return result == Wait::NoMoreToCome && hasBeenInError ? Wait::Error : result;
+        hasBeenInError = true;
+        array.waitWhileInError();
+    }
+}
+
+// Files
+
+bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
+{
+    SampleWriter writer(array);
+    const bool holdsEnd = firstIndex(array) > 0 || loadedSize(array) < realSize(array);
+    return holdsEnd ? writer.appendMissing(file) : writer.update(file);
+}
+
+bool StreamedArrayAccess::writeFile(DataArrayStreamed& array, QFile& file)
+{
+    return SampleWriter(array).writeWhole(file);
+}
+
+void StreamedArrayAccess::confirmWrite(DataArrayStreamed& array, bool whole, bool ok)
+{
+    StreamedArrayState& state = *array.m_state;
+    if (ok) {
+        state.fileIsPartial = false;
+        state.trustedCount = -1;
+        state.samplesOnDisk.store(state.endOfWrite);
+    } else if (whole) {
+        state.fileIsPartial = true;
+    } else if (state.trustedCount < 0) {
+        state.trustedCount = state.countBeforeWrite;
+    }
+}
+
+// Reading ranges
+
+qint64 StreamedArrayAccess::readSamples(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out)
+{
+    const DataArray* array = info.dataArray().get();
+    const auto* streamed = dynamic_cast<const DataArrayStreamed*>(array);
+    if (!array || first < 0)
+        return 0;
+    if (!streamed) {
+        const qint64 count =
+            std::clamp<qint64>(std::min(array->m_size, array->m_allocated) - first, 0, sizeOf(out));
+        copySamples(out, array->m_data + first, count);
+        return count;
+    }
+    qint64 done = 0;
+    while (done < sizeOf(out)) {
+        const std::span<DataTypeBase> rest = out.subspan(static_cast<std::size_t>(done));
+        qint64 copied = copyResident(*streamed, first + done, rest);
+        if (copied == 0)
+            copied = CacheManagerAccess::readAbsent(info, first + done, rest);
+        if (copied == 0)
+            break;
+        done += copied;
+    }
+    return done;
+}
+
+} // namespace vx::datastorage

@@ -1,0 +1,168 @@
+#pragma once
+
+#include <datastorage/arrays/DataArrayStreamed.h>
+#include <datastorage/arrays/SampleBlock_p.h>
+#include <datastorage/cache/CacheThread_p.h>
+#include <datastorage/cache/MemoryMeter_p.h>
+
+#include <limits>
+#include <span>
+#include <vector>
+
+class QFile;
+
+namespace vx::datastorage {
+
+class DataArrayInfo;
+class DataArrayInfoStreamed;
+
+/// What a streamed array keeps off its fast paths.
+class StreamedArrayState
+{
+public:
+    explicit StreamedArrayState(const std::atomic<qint64>& loadedSize) : account(loadedSize) {}
+
+    MemoryMeter::Account account;
+
+    /// Samples, from index 0, that the array's cache file is known to hold.
+    std::atomic<qint64> samplesOnDisk{0};
+    /// Read tasks started and not finished.
+    std::atomic<int> pendingLoads{0};
+    /// Samples that the last finished load found in the file.
+    std::atomic<qint64> lastLoadedSize{0};
+
+    // Guarded by the array's memory lock.
+    bool filling = false;           ///< loadedSize counts the samples in the block, m_size is stale
+    bool loading = false;           ///< a loader writes into the block
+    quint64 loadGeneration = 0;     ///< a loader whose generation has passed must not publish
+    std::vector<DataTypeBase> late; ///< samples added while the block could not take them
+
+    // Written by the cache's tasks of the array, of which one runs at a time.
+    bool fileIsPartial = false;  ///< a whole-file write failed: what the file says does not count
+    qint64 trustedCount = -1;    ///< after a failed append: samples in the file that are good
+    qint64 countBeforeWrite = 0; ///< samples in the file when the current write began
+    qint64 endOfWrite = 0;       ///< index behind the last sample that the current write covers
+};
+
+/// The streamed array's back door for the cache, its tasks and the descriptors.
+class StreamedArrayAccess
+{
+public:
+    static DataArrayStreamed* arrayOf(DataArrayInfoStreamed& info);
+
+    /// Takes the sample at `index` of the array when it is in memory.
+    static bool resident(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
+    {
+        if (CacheThread::isCurrent()) [[likely]]
+            return residentNow(array, index, sample);
+        const nel::tools::Locker lock(array.m_memoryLock);
+        return residentNow(array, index, sample);
+    }
+    /// Copies what is in memory from `first` on, in one run; returns the number copied.
+    static qint64 copyResident(const DataArrayStreamed& array, qint64 first, std::span<DataTypeBase> out);
+
+    /// An int at the precision of a float. 2^31, the one float result that no int can hold, gives the
+    /// largest int.
+    static int atFloatPrecision(int value)
+    {
+        const auto rounded = static_cast<float>(value);
+        return rounded >= 2147483648.0F ? std::numeric_limits<int>::max() : static_cast<int>(rounded);
+    }
+
+    /// Appends a block of samples to an array of any kind.
+    static void addBlock(DataArray& array, std::span<const DataTypeBase> samples);
+    static qint64 readSamples(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);
+
+    /// Appends one sample to a streamed array without virtual dispatch.
+    static void add(DataArrayStreamed& array, DataTypeBase value)
+    {
+        const qint64 size = array.m_loadedSize.load(std::memory_order_relaxed);
+        if (size < array.m_fillLimit) [[likely]] {
+            array.m_data[size] = value;
+            publishAdded(array, size + 1, 1);
+        } else {
+            array.addSlowly(value);
+        }
+    }
+
+    // State as the cache sees it.
+    static StreamedArrayState& state(const DataArrayStreamed& array) { return *array.m_state; }
+    static qint64 firstIndex(const DataArrayStreamed& array);
+    static qint64 realSize(const DataArrayStreamed& array);
+    static qint64 loadedSize(const DataArrayStreamed& array);
+    /// The array's samples, all of them, are in memory.
+    static bool isWholeInMemory(const DataArrayStreamed& array);
+    /// Some samples in memory are not in the cache file.
+    static bool hasUnwrittenSamples(const DataArrayStreamed& array);
+    static void setSamplesOnDisk(const DataArrayStreamed& array, qint64 count);
+    /// The run of additions is over: the memory meter takes over the count.
+    static void finishFilling(DataArrayStreamed& array);
+    /// The array may lose its block: everything is in the cache file and nobody loads.
+    static bool mayBeEvicted(const DataArrayStreamed& array);
+    /// Drops from memory what the cache file holds and keeps what was added since.
+    static void dropWritten(DataArrayStreamed& array);
+    /// Copies samples that wait beside the block; returns the number copied.
+    static qint64 copyLate(const DataArrayStreamed& array, qint64 first, std::span<DataTypeBase> out);
+
+    // Loading, as seen by those who wait.
+    static void startLoad(const DataArrayStreamed& array);
+    static void finishLoad(const DataArrayStreamed& array);
+    enum class Wait
+    {
+        Readable,     ///< the sample is in memory
+        NoMoreToCome, ///< no load is under way that could bring it
+        Error         ///< the array is, or was until somebody cleared it, in error
+    };
+    /// Waits until `index` is in memory, no load is under way or the array is in error.
+    static Wait waitForLoad(const DataArrayStreamed& array, qint64 index);
+    /// As waitForLoad(), but stays while the array is in error, with the thread's events flowing.
+    static Wait waitForSample(const DataArrayStreamed& array, qint64 index);
+
+    // Files.
+    /// Brings a current cache file, which stands at its body, up to date. Returns whether all samples
+    /// in memory are now written (though perhaps not flushed).
+    static bool updateFile(DataArrayStreamed& array, QFile& file);
+    /// Writes the whole body; the same, for a new file.
+    static bool writeFile(DataArrayStreamed& array, QFile& file);
+    /// What was written has reached the file, or has not.
+    static void confirmWrite(DataArrayStreamed& array, bool whole, bool ok);
+
+private:
+    friend class DataArrayStreamed;
+    friend class SampleLoader;
+    friend class SampleWriter;
+
+    struct HeldBlock
+    {
+        SampleBlockUser block;
+        qint64 count;
+    };
+    static HeldBlock hold(const DataArrayStreamed& array);
+    static qint64 sizeInBlock(const DataArrayStreamed& array);
+
+    static bool residentNow(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
+    {
+        const qint64 loaded = array.m_loadedSize.load(std::memory_order_acquire);
+        const quint64 at = static_cast<quint64>(index) -
+                           static_cast<quint64>(array.m_firstIndex.load(std::memory_order_relaxed));
+        if (at >= static_cast<quint64>(loaded))
+            return false;
+        sample = array.m_data[at];
+        return true;
+    }
+    static void publishAdded(DataArrayStreamed& array, qint64 size, qint64 added)
+    {
+        array.m_realSize.store(array.m_realSize.load(std::memory_order_relaxed) + added,
+                               std::memory_order_relaxed);
+        array.m_loadedSize.store(size, std::memory_order_release);
+    }
+
+    static bool startFilling(DataArrayStreamed& array);
+    static void stopFilling(DataArrayStreamed& array);
+    static void takeLate(DataArrayStreamed& array);
+    static void replaceSharedBlock(DataArrayStreamed& array);
+    static void dropBlock(DataArrayStreamed& array);
+    static bool keepLast(DataArrayStreamed& array, qint64 keep);
+};
+
+} // namespace vx::datastorage

@@ -1,0 +1,154 @@
+#include <datastorage/arrays/SampleLoader_p.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace vx::datastorage {
+
+namespace {
+
+constexpr qint64 countBytes = 8;
+constexpr qint64 bytesPerSample = 4;
+
+/// Bytes per read of a device that may be slow or watched: readers can start on the first samples long
+/// before the end.
+constexpr qint64 chunkBytes = 1024;
+/// Bytes per read of a plain file: a read of 1024 bytes through QFile costs as much as copying 4 KiB.
+constexpr qint64 fileChunkBytes = 512 * 1024;
+
+/// Readers are woken after every 50th of the body or after this many bytes, whichever is more.
+constexpr qint64 minimumWakeBytes = 10 * 1024 * 1024;
+constexpr qint64 wakeFraction = 50;
+
+/// Bytes that a body may claim beyond what its device has; they are filled with missing samples.
+constexpr qint64 maximumPadding = 64 * 1024 * 1024;
+
+/// Reads `bytes` bytes, in as many reads as the device needs; returns how many came.
+qint64 readFully(QIODevice& device, char* data, qint64 bytes)
+{
+    qint64 done = std::max<qint64>(device.read(data, bytes), 0);
+    while (done > 0 && done < bytes) {
+        const qint64 more = device.read(data + done, bytes - done);
+        if (more <= 0)
+            break;
+        done += more;
+    }
+    return done;
+}
+
+} // namespace
+
+bool SampleLoader::load(QIODevice& device)
+{
+    qint64 stored = 0;
+    qint64 count = 0;
+    if (device.read(reinterpret_cast<char*>(&stored), countBytes) == countBytes)
+        count = qFromLittleEndian(stored);
+    if (!isPlausible(device, count))
+        return false;
+    const std::optional<Target> target = prepare(count);
+    if (!target)
+        return false;
+    if (target->first >= 0 && readChunks(device, *target, count))
+        finish(target->generation, count);
+    m_array.m_loadLock.wakeAll();
+    return true;
+}
+
+bool SampleLoader::isPlausible(const QIODevice& device, qint64 count) const
+{
+    if (count < 0 || count > SampleBlock::maximumSamples)
+        return false;
+    return device.isSequential() || count * bytesPerSample - (device.size() - device.pos()) <= maximumPadding;
+}
+
+/// Makes the block ready for `count` samples. When samples are readable already and this is not the
+/// main thread, they stay as they are and only what is missing behind them is loaded, if anything
+/// (`first` is then -1). Returns nothing when the memory is refused.
+std::optional<SampleLoader::Target> SampleLoader::prepare(qint64 count)
+{
+    const nel::tools::Locker lock(m_array.m_memoryLock);
+    StreamedArrayState& state = StreamedArrayAccess::state(m_array);
+    const qint64 loaded = m_array.m_loadedSize.load();
+    if (loaded > 0 && !CacheThread::isCurrent()) {
+        if (loaded == StreamedArrayAccess::sizeInBlock(m_array))
+            return Target{SampleBlockUser(nullptr), state.loadGeneration, -1};
+        if (m_array.m_size != count || m_array.m_firstIndex.load() != 0)
+            return std::nullopt;
+    } else {
+        StreamedArrayAccess::stopFilling(m_array);
+        m_array.m_loadedSize.store(0);
+        MemoryMeter::instance().settle(state.account);
+        StreamedArrayAccess::replaceSharedBlock(m_array);
+        m_array.m_firstIndex.store(0);
+        m_array.m_size = 0;
+        static_cast<DataArray&>(m_array).resize(count);
+        if (m_array.m_size != count) {
+            m_array.setReadWriteError(true);
+            return std::nullopt;
+        }
+    }
+    state.loading = true;
+    MemoryMeter::instance().open(state.account);
+    return Target{SampleBlockUser(m_array.m_data), ++state.loadGeneration, m_array.m_loadedSize.load()};
+}
+
+/// Reads the samples from `target.first` on, publishing them chunk by chunk. Returns false when the
+/// array was emptied meanwhile, so that nobody wants the rest.
+bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 count)
+{
+    const bool isPlainFile = typeid(device) == typeid(QFile);
+    qint64 remaining = (count - target.first) * bytesPerSample;
+    qint64 chunk = std::min(isPlainFile ? fileChunkBytes : chunkBytes, remaining);
+    const qint64 wakeBytes = std::max(remaining / wakeFraction, minimumWakeBytes);
+    qint64 sinceWake = 0;
+    bool delivers = target.first == 0 || device.seek(device.pos() + target.first * bytesPerSample);
+    DataTypeBase* destination = target.block.samples() + target.first;
+    do {
+        const qint64 got = delivers ? readFully(device, reinterpret_cast<char*>(destination), chunk) : 0;
+        if (got < chunk) {
+            // Once the device has failed, what it delivers later would land at the wrong index.
+            delivers = false;
+            std::fill(destination + got / bytesPerSample, destination + chunk / bytesPerSample,
+                      missingSample());
+        }
+        if (!publish(target.generation, chunk / bytesPerSample))
+            return false;
+        sinceWake += chunk;
+        if (sinceWake >= wakeBytes) {
+            m_array.m_loadLock.wakeAll();
+            sinceWake = 0;
+        }
+        remaining -= chunk;
+        destination += chunk / bytesPerSample;
+        chunk = std::min(chunk, remaining);
+    } while (remaining > 0);
+    return true;
+}
+
+bool SampleLoader::publish(quint64 generation, qint64 samples)
+{
+    const nel::tools::Locker lock(m_array.m_memoryLock);
+    if (StreamedArrayAccess::state(m_array).loadGeneration != generation)
+        return false;
+    m_array.m_loadedSize.fetch_add(samples);
+    return true;
+}
+
+void SampleLoader::finish(quint64 generation, qint64 count)
+{
+    const nel::tools::Locker lock(m_array.m_memoryLock);
+    StreamedArrayState& state = StreamedArrayAccess::state(m_array);
+    if (state.loadGeneration != generation)
+        return;
+    state.loading = false;
+    state.lastLoadedSize.store(count);
+    MemoryMeter::instance().settle(state.account);
+    if (count >= m_array.m_realSize.load() - static_cast<qint64>(state.late.size()))
+        StreamedArrayAccess::takeLate(m_array);
+}
+
+} // namespace vx::datastorage

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <datastorage/arrays/DataArrayStreamed_p.h>
+
+#include <optional>
+
+class QIODevice;
+
+namespace vx::datastorage {
+
+/// Loads the body of a cache file into a streamed array and releases the readers that wait for it.
+class SampleLoader
+{
+public:
+    explicit SampleLoader(DataArrayStreamed& array) : m_array(array) {}
+
+    /// Loads the body at the device's position; see DataArrayStreamed::readFromDiskStream().
+    bool load(QIODevice& device);
+
+private:
+    struct Target
+    {
+        SampleBlockUser block;
+        quint64 generation;
+        qint64 first; ///< samples already in memory
+    };
+    std::optional<Target> prepare(qint64 count);
+    bool isPlausible(const QIODevice& device, qint64 count) const;
+    bool readChunks(QIODevice& device, const Target& target, qint64 count);
+    bool publish(quint64 generation, qint64 samples);
+    void finish(quint64 generation, qint64 count);
+
+    DataArrayStreamed& m_array;
+};
+
+} // namespace vx::datastorage

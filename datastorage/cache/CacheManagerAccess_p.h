@@ -1,0 +1,36 @@
+#pragma once
+
+#include <datastorage/arrays/DataType.h>
+
+#include <QtCore/qglobal.h>
+
+#include <span>
+
+namespace vx::datastorage {
+
+class CacheManager;
+class DataArrayInfo;
+class DataArrayInfoStreamed;
+
+/// What arrays and their descriptors ask of the cache beside its public operations.
+class CacheManagerAccess
+{
+public:
+    /// Makes the cache manager, unless it was made or the process is ending.
+    static void ensureCreated();
+    /// The cache manager; null before it was made and after it is gone.
+    static CacheManager* existing();
+    static void setExisting(CacheManager* cache);
+
+    /// Takes every trace of a descriptor that is being destroyed out of the cache.
+    static void forget(CacheManager& cache, DataArrayInfoStreamed* info);
+
+    /// The sample at `index`, which is not in memory: loads the array and waits. See
+    /// DataArrayInfoStreamed for what the caller gets.
+    static DataTypeBase fetchSample(const DataArrayInfoStreamed& info, qint64 index);
+    /// Copies samples from `first` on, which are not in memory, to `out`; returns how many, 0 when they
+    /// cannot be had. Loads the array when that helps; never waits for an error to be cleared.
+    static qint64 readAbsent(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);
+};
+
+} // namespace vx::datastorage

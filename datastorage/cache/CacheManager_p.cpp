@@ -1,0 +1,277 @@
+#include <datastorage/cache/CacheManager_p.h>
+
+#include <datastorage/arrays/DataArrayStreamed_p.h>
+#include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/CacheManager.h>
+#include <datastorage/cache/CacheReadManager.h>
+#include <datastorage/cache/CacheTaskRead.h>
+#include <datastorage/cache/CacheTaskWrite.h>
+#include <datastorage/cache/RegularFile_p.h>
+
+#include <tools/TaskHandOff_p.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QThread>
+#include <QtCore/QThreadPool>
+
+#include <algorithm>
+#include <utility>
+
+namespace vx::datastorage {
+
+using State = CacheRegistry::State;
+
+std::atomic<Qt::HANDLE> CacheThread::s_thread{nullptr};
+
+// Completions
+
+CompletionRunner::CompletionRunner(TaskTable& tasks) : m_tasks(tasks)
+{
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (!application || application->thread() == QThread::currentThread())
+        CacheThread::claim();
+    else
+        moveToThread(application->thread());
+}
+
+void CompletionRunner::wake()
+{
+    // Without an application the completions wait for the next awaitTaskFinished(). The call carries
+    // nothing, so nothing is shared through Qt.
+    if (QCoreApplication::instance())
+        QMetaObject::invokeMethod(this, "onWake", Qt::QueuedConnection);
+}
+
+void CompletionRunner::onWake()
+{
+    CacheThread::claim();
+    m_tasks.runPending();
+}
+
+CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner) : manager(owner), runner(tasks) {}
+
+// Filing
+
+void CacheManagerPrivate::insert(State state, const QString& key, DataArrayInfoStreamed* info)
+{
+    registry.insert(state, key, info);
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array && state == State::Cached)
+        MemoryMeter::instance().addRegistrations(StreamedArrayAccess::state(*array).account, 1);
+}
+
+qsizetype CacheManagerPrivate::remove(State state, const QString& key, DataArrayInfoStreamed* info)
+{
+    const qsizetype times = registry.remove(state, key, info);
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array && state == State::Cached)
+        MemoryMeter::instance().addRegistrations(StreamedArrayAccess::state(*array).account,
+                                                 -static_cast<int>(times));
+    return times;
+}
+
+void CacheManagerPrivate::move(State from, State to, const QString& key, DataArrayInfoStreamed* info)
+{
+    // Filed anew before it is taken out, the array keeps its file.
+    insert(to, key, info);
+    remove(from, key, info);
+}
+
+void CacheManagerPrivate::removeFile(DataArrayInfoStreamed* info, const QString& file)
+{
+    closeStream(info);
+    QFile::remove(file);
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+        StreamedArrayAccess::setSamplesOnDisk(*array, 0);
+}
+
+void CacheManagerPrivate::removeStaleFile(DataArrayInfoStreamed* info)
+{
+    // An array that has all its samples in memory needs nothing from a file that lies there: a crashed
+    // process with the same id, or an array that was taken out before, has left it.
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array && StreamedArrayAccess::isWholeInMemory(*array))
+        QFile::remove(registry.fileOf(info));
+}
+
+void CacheManagerPrivate::closeStream(DataArrayInfoStreamed* info)
+{
+    if (const qint64 id = info->getStreamId(); id != -1) {
+        CacheReadManager::instance().close(static_cast<int>(id));
+        info->setStreamId(-1);
+    }
+}
+
+// Memory
+
+bool CacheManagerPrivate::mayBeEvicted(DataArrayInfoStreamed* info) const
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    return array && info != held.load() && registry.registrations(info) > 0 && !tasks.isRunning(info) &&
+           StreamedArrayAccess::mayBeEvicted(*array);
+}
+
+void CacheManagerPrivate::updateCache()
+{
+    std::vector<DataArrayInfoStreamed*> kept;
+    while (MemoryMeter::instance().usedBytes() > budgetBytes.load()) {
+        DataArrayInfoStreamed* oldest = queue.popOldest();
+        if (!oldest)
+            break;
+        if (mayBeEvicted(oldest))
+            oldest->removeFromMemory();
+        else
+            kept.push_back(oldest);
+    }
+    for (DataArrayInfoStreamed* info : kept)
+        queue.putBack(info);
+}
+
+// Tasks
+
+template <typename Task>
+void CacheManagerPrivate::start(DataArrayInfoStreamed* info, Task* task)
+{
+    task->setAutoDelete(true);
+    tasks.setRunnable(info, task);
+    nel::tools::releaseTask(task);
+    if (QThreadPool* pool = QThreadPool::globalInstance()) {
+        pool->start(task, 0);
+        return;
+    }
+    const std::unique_ptr<Task> owned(task);
+    task->run();
+}
+
+void CacheManager::startReadTask(DataArrayInfoStreamed* info)
+{
+    auto* task = new CacheTaskRead;
+    task->setDataArrayInfoToRead(d->registry.fileOf(info), info);
+    connect(task, &CacheTaskRead::signal_readFinished, this, &CacheManager::onReadTaskFinished,
+            Qt::DirectConnection);
+    connect(task, &CacheTaskRead::signal_readError, this, &CacheManager::onReadTaskError,
+            Qt::DirectConnection);
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+        StreamedArrayAccess::startLoad(*array);
+    d->start(info, task);
+}
+
+void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)
+{
+    CacheManagerPrivate::closeStream(info);
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    // A block that holds the array from its first sample on brings the file up to date as a whole; one
+    // that holds only the end of it can do nothing but append.
+    if (array && StreamedArrayAccess::realSize(*array) > 0) {
+        const bool holdsEnd = StreamedArrayAccess::firstIndex(*array) > 0;
+        append = holdsEnd || (append && !StreamedArrayAccess::isWholeInMemory(*array));
+    }
+    auto* task = new CacheTaskWrite;
+    task->setAppendMode(append);
+    task->setDataArrayInfoToWrite(d->registry.fileOf(info), info);
+    connect(task, &CacheTaskWrite::signal_writeFinished, this, &CacheManager::onWriteTaskFinished,
+            Qt::DirectConnection);
+    connect(task, &CacheTaskWrite::signal_writeError, this, &CacheManager::onWriteTaskError,
+            Qt::DirectConnection);
+    d->start(info, task);
+}
+
+void CacheManager::onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
+{
+    d->finish(dataArrayInfo, [this, dataArrayInfo] {
+        CacheManagerPrivate::closeStream(dataArrayInfo);
+        if (isCached(dataArrayInfo) && !dataArrayInfo->isUseBatchMode())
+            pushToPriorityQueue(dataArrayInfo);
+        if (!dataArrayInfo->isUseBatchMode())
+            return;
+        if (DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
+            StreamedArrayAccess::dropWritten(*array);
+        dataArrayInfo->setUseBatchMode(false);
+    });
+}
+
+void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const QString& error)
+{
+    d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
+        dataArrayInfo->setReadWriteError(true);
+        Q_EMIT signal_cacheError(error);
+        dataArrayInfo->setUseBatchMode(false);
+    });
+}
+
+void CacheManager::onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
+{
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
+        StreamedArrayAccess::finishLoad(*array);
+    d->finish(dataArrayInfo, [this, dataArrayInfo] {
+        if (!isCached(dataArrayInfo))
+            return;
+        pushToPriorityQueue(dataArrayInfo);
+        updateCache();
+    });
+}
+
+void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const QString& error)
+{
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
+        StreamedArrayAccess::finishLoad(*array);
+    d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
+        dataArrayInfo->setReadWriteError(true);
+        Q_EMIT signal_cacheError(error);
+    });
+}
+
+void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void()> completion)
+{
+    const bool isQueued =
+        tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
+            completion();
+            writeIfRequested(info, writeRequested);
+        });
+    if (isQueued)
+        runner.wake();
+}
+
+void CacheManagerPrivate::writeIfRequested(DataArrayInfoStreamed* info, bool requested)
+{
+    const DataArrayStreamed* array = requested ? StreamedArrayAccess::arrayOf(*info) : nullptr;
+    if (array && registry.registrations(info) > 0 && StreamedArrayAccess::hasUnwrittenSamples(*array))
+        manager.writeDataArrayToDisk(info);
+}
+
+bool CacheManagerPrivate::flush(DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (!array || !StreamedArrayAccess::hasUnwrittenSamples(*array))
+        return true;
+    manager.writeDataArrayToDisk(info);
+    manager.awaitTaskFinished(info);
+    return !StreamedArrayAccess::hasUnwrittenSamples(*array);
+}
+
+void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    while (!tasks.begin(info)) {
+        if (StreamedArrayAccess::state(*array).pendingLoads.load() > 0)
+            return;
+        tasks.awaitIdle(info);
+    }
+    manager.startReadTask(info);
+}
+
+void CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info)
+{
+    info->setReadWriteError(true);
+    const QString error =
+        QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + registry.fileOf(info);
+    if (CacheThread::isCurrent()) {
+        Q_EMIT manager.signal_cacheError(error);
+        return;
+    }
+    tasks.post(info, [this, error] { Q_EMIT manager.signal_cacheError(error); });
+    runner.wake();
+}
+
+} // namespace vx::datastorage

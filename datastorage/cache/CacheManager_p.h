@@ -1,0 +1,102 @@
+#pragma once
+
+#include <datastorage/arrays/DataType.h>
+#include <datastorage/cache/CacheDirectory_p.h>
+#include <datastorage/cache/CacheRegistry_p.h>
+#include <datastorage/cache/EvictionQueue_p.h>
+#include <datastorage/cache/TaskTable_p.h>
+
+#include <QtCore/QObject>
+
+#include <atomic>
+#include <functional>
+#include <span>
+
+namespace vx::datastorage {
+
+class CacheManager;
+class DataArrayInfoStreamed;
+class DataArrayStreamed;
+
+/// Runs the queued completions on the main thread: lives there, and is called through its event loop.
+class CompletionRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit CompletionRunner(TaskTable& tasks);
+
+    /// Asks the main thread's event loop to run the queued completions. Any thread.
+    void wake();
+
+public Q_SLOTS:
+    void onWake();
+
+private:
+    TaskTable& m_tasks;
+};
+
+/// The parts of the cache manager and the steps that its operations share.
+///
+/// Invariants: an array loses its block only through evict steps on the main thread, and only while it
+/// is filed as cached, has no running task and no unwritten samples, and is not held; a file is
+/// deleted only when all samples in it are in memory or nobody wants them any more.
+class CacheManagerPrivate
+{
+public:
+    explicit CacheManagerPrivate(CacheManager& manager);
+
+    // Filing
+    void insert(CacheRegistry::State state, const QString& key, DataArrayInfoStreamed* info);
+    qsizetype remove(CacheRegistry::State state, const QString& key, DataArrayInfoStreamed* info);
+    /// Moves every entry (key, info) to the other state.
+    void move(CacheRegistry::State from, CacheRegistry::State to, const QString& key,
+              DataArrayInfoStreamed* info);
+    /// Deletes `file`, that of `info`; its samples are then nowhere but in memory.
+    static void removeFile(DataArrayInfoStreamed* info, const QString& file);
+    /// Deletes a file that is in the way of the first write of `info` and belongs to nobody.
+    void removeStaleFile(DataArrayInfoStreamed* info);
+    /// Ends the memory mapping of the file of `info`.
+    static void closeStream(DataArrayInfoStreamed* info);
+
+    // Memory
+    void updateCache();
+    bool mayBeEvicted(DataArrayInfoStreamed* info) const;
+
+    // Tasks
+    /// Writes the samples of `info` that no file holds, and waits. Returns whether none is left.
+    bool flush(DataArrayInfoStreamed* info);
+    /// Starts a load of `info` unless one runs, and lets the main thread do what follows. Any thread.
+    void requestLoad(DataArrayInfoStreamed* info);
+    /// Hands a task over to the thread pool; without a pool (at the end of the process) runs it here.
+    template <typename Task>
+    void start(DataArrayInfoStreamed* info, Task* task);
+    /// The task of `info` is over; `completion` runs on the main thread.
+    void finish(DataArrayInfoStreamed* info, std::function<void()> completion);
+    /// Writes what a write request during the task has left unwritten.
+    void writeIfRequested(DataArrayInfoStreamed* info, bool requested);
+    /// Reports that the file of `info` holds fewer samples than the array. Any thread.
+    void reportShortFile(DataArrayInfoStreamed* info);
+
+    /// Copies samples straight from the file of `info`; returns how many.
+    qint64 readFromFile(const DataArrayInfoStreamed* info, qint64 first, std::span<DataTypeBase> out) const;
+    /// Brings the sample at `index` of `info` into memory, as far as starting that goes. Returns false
+    /// when no load can bring it.
+    bool startBringing(DataArrayInfoStreamed* info, qint64 index);
+    /// Whether samples of `info` that are not in memory are to be read from the file one by one, because
+    /// the block holds other samples.
+    bool isReadFromFile(DataArrayInfoStreamed* info, const DataArrayStreamed& array) const;
+
+    CacheManager& manager;
+    CacheRegistry registry;
+    EvictionQueue queue;
+    TaskTable tasks;
+    CacheDirectory directory;
+    CompletionRunner runner;
+    std::atomic<const DataArrayInfoStreamed*> held{nullptr}; ///< not to be evicted while its content changes
+    QString cachePath;
+    bool isPerProcess = false; ///< cachePath is the directory of this process alone
+    std::atomic<qint64> budgetBytes{0};
+};
+
+} // namespace vx::datastorage

@@ -1,0 +1,72 @@
+#include <datastorage/cache/CacheTaskRead.h>
+
+#include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/RegularFile_p.h>
+
+#include <tools/TaskHandOff_p.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
+
+namespace vx::datastorage {
+
+namespace {
+
+constexpr qint64 countBytes = 8;
+constexpr qint64 bytesPerSample = 4;
+
+/// Whether the file, which stands at its body, holds as many samples as the body's count says. The
+/// file is not trusted: a count from it must not decide how much memory is taken.
+bool canDeliver(QFile& file)
+{
+    qint64 stored = 0;
+    const qint64 bytes = file.size() - file.pos() - countBytes;
+    if (file.peek(reinterpret_cast<char*>(&stored), countBytes) != countBytes)
+        return false;
+    const qint64 count = qFromLittleEndian(stored);
+    return count >= 0 && count <= bytes / bytesPerSample;
+}
+
+} // namespace
+
+CacheTaskRead::CacheTaskRead() = default;
+
+CacheTaskRead::~CacheTaskRead() = default;
+
+void CacheTaskRead::setDataArrayInfoToRead(const QString& fileName, DataArrayInfoStreamed* info)
+{
+    m_fileName = fileName;
+    m_info = info;
+}
+
+void CacheTaskRead::run()
+{
+    nel::tools::acquireTask(this);
+    const QString error = load();
+    if (error.isEmpty()) {
+        Q_EMIT signal_readFinished(m_info);
+        return;
+    }
+    m_info->setReadWriteError(true);
+    Q_EMIT signal_readError(m_info, error);
+}
+
+/// Loads the array; returns the text of what went wrong, empty when nothing did.
+QString CacheTaskRead::load()
+{
+    if (!QFile::exists(m_fileName))
+        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + m_fileName +
+               QLatin1String(" doesn't exists\n");
+    QFile file;
+    if (!openRegularFile(file, m_fileName))
+        return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + m_fileName +
+               QLatin1String("\nerror : ") + file.errorString();
+    if (readCacheFileVersion(file).value_or(0) < CACHE_FILE_VERSION)
+        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + m_fileName +
+               QLatin1String(" has bad version number\n");
+    if (!canDeliver(file) || !m_info->readFromDiskStream(file))
+        return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + m_fileName;
+    return QString();
+}
+
+} // namespace vx::datastorage

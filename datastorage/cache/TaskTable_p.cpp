@@ -1,0 +1,192 @@
+#include <datastorage/cache/TaskTable_p.h>
+
+#include <datastorage/cache/CacheThread_p.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QRunnable>
+#include <QtCore/QThread>
+#include <QtCore/QThreadPool>
+
+#include <algorithm>
+#include <utility>
+
+namespace vx::datastorage {
+
+using nel::tools::Locker;
+
+namespace {
+
+/// How long a process that ends waits for a task that is reading or writing.
+constexpr qint64 stopMilliseconds = 10000;
+
+} // namespace
+
+bool TaskTable::begin(Array array)
+{
+    const Locker lock(m_mutex);
+    if (m_running.contains(array))
+        return false;
+    m_running.insert(array, std::make_shared<Record>());
+    return true;
+}
+
+void TaskTable::setRunnable(Array array, QRunnable* runnable)
+{
+    const Locker lock(m_mutex);
+    if (const std::shared_ptr<Record> record = m_running.value(array))
+        record->runnable = runnable;
+}
+
+void TaskTable::requestWrite(Array array)
+{
+    const Locker lock(m_mutex);
+    if (const std::shared_ptr<Record> record = m_running.value(array))
+        record->writeRequested = true;
+}
+
+bool TaskTable::finish(Array array, std::function<void(bool)> completion)
+{
+    const Locker lock(m_mutex);
+    const std::shared_ptr<Record> record = m_running.take(array);
+    const bool writeRequested = record && record->writeRequested;
+    Completion bound = [completion = std::move(completion), writeRequested] { completion(writeRequested); };
+    m_changed.wakeAll();
+    if (record)
+        record->isFinished = true;
+    if (record && record->isAwaited) {
+        record->completion = std::move(bound);
+        return false;
+    }
+    m_queued.push_back({array, std::move(bound)});
+    return true;
+}
+
+void TaskTable::post(Array array, Completion completion)
+{
+    const Locker lock(m_mutex);
+    m_queued.push_back({array, std::move(completion)});
+}
+
+void TaskTable::runPending()
+{
+    const Locker lock(m_mutex);
+    while (runQueued(nullptr)) {
+    }
+}
+
+/// Runs the first queued completion (of `onlyOf`, unless that is null). Returns whether there was one.
+bool TaskTable::runQueued(Array onlyOf)
+{
+    const auto next = std::find_if(m_queued.begin(), m_queued.end(), [onlyOf](const Queued& queued) {
+        return !onlyOf || queued.array == onlyOf;
+    });
+    if (next == m_queued.end())
+        return false;
+    const Queued queued = std::move(*next);
+    m_queued.erase(next);
+    execute(queued.array, queued.completion);
+    return true;
+}
+
+/// Runs a completion without the lock, visibly for whoever waits for its end.
+void TaskTable::execute(Array array, const Completion& completion)
+{
+    m_executing.push_back({array, QThread::currentThreadId()});
+    m_mutex.unlock();
+    completion();
+    m_mutex.lock();
+    const Qt::HANDLE thread = QThread::currentThreadId();
+    const auto mine = std::find_if(m_executing.rbegin(), m_executing.rend(), [&](const Executing& executing) {
+        return executing.array == array && executing.thread == thread;
+    });
+    m_executing.erase(std::next(mine).base());
+    m_changed.wakeAll();
+}
+
+/// Whether another thread runs a completion of `array`. One of this thread does not count: its own
+/// listeners may wait for the array without waiting for themselves.
+bool TaskTable::isExecutingElsewhere(Array array) const
+{
+    const Qt::HANDLE thread = QThread::currentThreadId();
+    return std::any_of(m_executing.begin(), m_executing.end(), [&](const Executing& executing) {
+        return executing.array == array && executing.thread != thread;
+    });
+}
+
+void TaskTable::await(Array array)
+{
+    // Draining and looking the array up happen under one hold of the lock: a task that finishes in
+    // between cannot leave its completion behind.
+    const Locker lock(m_mutex);
+    const Array drained = CacheThread::isCurrent() ? nullptr : array;
+    while (runQueued(drained)) {
+    }
+    for (;;) {
+        if (const std::shared_ptr<Record> record = m_running.value(array)) {
+            record->isAwaited = true;
+            while (!record->isFinished)
+                m_changed.wait(m_mutex);
+            if (const Completion completion = std::exchange(record->completion, {}))
+                execute(array, completion);
+        } else if (isExecutingElsewhere(array)) {
+            m_changed.wait(m_mutex);
+        } else if (!runQueued(array)) {
+            return;
+        }
+    }
+}
+
+void TaskTable::awaitIdle(Array array)
+{
+    const Locker lock(m_mutex);
+    while (m_running.contains(array))
+        m_changed.wait(m_mutex);
+}
+
+bool TaskTable::isRunning(Array array) const
+{
+    const Locker lock(m_mutex);
+    return m_running.contains(array);
+}
+
+qsizetype TaskTable::runningCount() const
+{
+    const Locker lock(m_mutex);
+    return m_running.size();
+}
+
+void TaskTable::forgetRunning()
+{
+    const Locker lock(m_mutex);
+    for (const std::shared_ptr<Record>& record : std::as_const(m_running))
+        record->isFinished = true;
+    m_running.clear();
+    m_changed.wakeAll();
+}
+
+void TaskTable::forget(Array array)
+{
+    const Locker lock(m_mutex);
+    std::erase_if(m_queued, [array](const Queued& queued) { return queued.array == array; });
+}
+
+void TaskTable::stop()
+{
+    const Locker lock(m_mutex);
+    QThreadPool* pool = QThreadPool::globalInstance();
+    for (auto entry = m_running.begin(); entry != m_running.end();) {
+        QRunnable* runnable = entry.value()->runnable;
+        if (!pool || !runnable || !pool->tryTake(runnable)) {
+            ++entry;
+            continue;
+        }
+        delete runnable;
+        entry = m_running.erase(entry);
+    }
+    QElapsedTimer timer;
+    timer.start();
+    while (!m_running.isEmpty() && timer.elapsed() < stopMilliseconds)
+        m_changed.waitFor(m_mutex, static_cast<unsigned long>(stopMilliseconds - timer.elapsed()));
+}
+
+} // namespace vx::datastorage

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <tools/Mutex.h>
+
+#include <QtCore/QHash>
+#include <QtCore/qnamespace.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class QRunnable;
+
+namespace vx::datastorage {
+
+class DataArrayInfoStreamed;
+
+/// The cache's running tasks, one per array, and the hand-over of what has to be done after them.
+///
+/// What follows a task (its completion) belongs to the main thread: it is run by the thread that waits
+/// for the task, or else queued until the main thread calls runPending(). Completions run without the
+/// table's lock, so they may use the table again.
+///
+/// Threads: any. No lock is held while foreign code runs.
+class TaskTable
+{
+public:
+    using Array = const DataArrayInfoStreamed*;
+    using Completion = std::function<void()>;
+
+    /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
+    bool begin(Array array);
+    /// Says which object will run the task that was entered last for `array`.
+    void setRunnable(Array array, QRunnable* runnable);
+    /// Remembers that `array` is to be written once its running task is over; does nothing when none
+    /// runs.
+    void requestWrite(Array array);
+
+    /// The task of `array` is over. Returns true when its completion was queued, so that somebody has
+    /// to be told to call runPending(); false when a waiting thread takes it.
+    bool finish(Array array, std::function<void(bool writeRequested)> completion);
+    /// Queues a completion that belongs to no task.
+    void post(Array array, Completion completion);
+
+    /// Runs the queued completions, first in, first out.
+    void runPending();
+    /// Runs what is queued (on another than the main thread only what belongs to `array`), waits until
+    /// `array` has no running task, without time limit, and runs its completion. On return the array
+    /// has no running task and no completion that has not run.
+    void await(Array array);
+    /// Waits until `array` has no running task; completions are left to others.
+    void awaitIdle(Array array);
+
+    bool isRunning(Array array) const;
+    /// Tasks that have not finished.
+    qsizetype runningCount() const;
+
+    /// Forgets the running tasks; their completions will be queued.
+    void forgetRunning();
+    /// Drops the completions of `array`, which is gone.
+    void forget(Array array);
+    /// Takes back from the thread pool what has not started and waits for the rest, for a bounded time.
+    void stop();
+
+private:
+    struct Record
+    {
+        bool isAwaited = false; ///< a thread waits in await() for this task
+        bool isFinished = false;
+        bool writeRequested = false;
+        Completion completion; ///< handed over to the waiting thread
+        QRunnable* runnable = nullptr;
+    };
+    struct Queued
+    {
+        Array array;
+        Completion completion;
+    };
+    struct Executing
+    {
+        Array array;
+        Qt::HANDLE thread;
+    };
+
+    bool runQueued(Array onlyOf) VX_REQUIRES(m_mutex);
+    void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
+    bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
+
+    mutable nel::tools::Mutex m_mutex;
+    nel::tools::WaitCondition m_changed; ///< a task or a completion is over
+    QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);
+    std::deque<Queued> m_queued VX_GUARDED_BY(m_mutex);
+    std::vector<Executing> m_executing VX_GUARDED_BY(m_mutex);
+};
+
+} // namespace vx::datastorage
