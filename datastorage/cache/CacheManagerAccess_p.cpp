@@ -7,6 +7,8 @@
 #include <datastorage/cache/RegularFile_p.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QThread>
+#include <QtCore/QThreadPool>
 
 #include <algorithm>
 
@@ -21,6 +23,30 @@ constexpr qint64 countBytes = 8;
 
 std::atomic<CacheManager*> existingManager{nullptr};
 std::atomic<bool> isGone{false};
+
+/// Lets the global thread pool use another thread while one of its own waits for a load: the load may
+/// be queued behind the very tasks that wait for it.
+class PoolThreadPause
+{
+public:
+    PoolThreadPause() : m_pool(QThreadPool::globalInstance())
+    {
+        if (m_pool && !m_pool->contains(QThread::currentThread()))
+            m_pool = nullptr;
+        if (m_pool)
+            m_pool->releaseThread();
+    }
+    ~PoolThreadPause()
+    {
+        if (m_pool)
+            m_pool->reserveThread();
+    }
+    PoolThreadPause(const PoolThreadPause&) = delete;
+    PoolThreadPause& operator=(const PoolThreadPause&) = delete;
+
+private:
+    QThreadPool* m_pool;
+};
 
 } // namespace
 
@@ -75,6 +101,7 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
             d.readFromFile(info, index, {&sample, 1});
             return sample;
         }
+        const PoolThreadPause pause;
         if (!d.startBringing(info, index))
             return sample;
         Wait result = StreamedArrayAccess::waitForSample(array, index);
@@ -108,6 +135,7 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
             return copied;
         if (d.isReadFromFile(info, array))
             return d.readFromFile(info, first, out);
+        const PoolThreadPause pause;
         if (!d.startBringing(info, first) || StreamedArrayAccess::waitForLoad(array, first) == Wait::Error)
             return 0;
         if (const qint64 copied = StreamedArrayAccess::copyResident(array, first, out))

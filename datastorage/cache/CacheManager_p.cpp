@@ -196,7 +196,8 @@ void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const 
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         Q_EMIT signal_cacheError(error);
-        dataArrayInfo->setUseBatchMode(false);
+        if (d->tasks.isCompleting(dataArrayInfo)) // a listener may have destroyed the array
+            dataArrayInfo->setUseBatchMode(false);
     });
 }
 
@@ -227,7 +228,8 @@ void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void
     const bool isQueued =
         tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
             completion();
-            writeIfRequested(info, writeRequested);
+            if (tasks.isCompleting(info)) // a listener may have destroyed the array
+                writeIfRequested(info, writeRequested);
         });
     if (isQueued)
         runner.wake();

@@ -96,9 +96,8 @@ void TaskTable::execute(Array array, const Completion& completion)
     completion();
     m_mutex.lock();
     const Qt::HANDLE thread = QThread::currentThreadId();
-    const auto mine = std::find_if(m_executing.rbegin(), m_executing.rend(), [&](const Executing& executing) {
-        return executing.array == array && executing.thread == thread;
-    });
+    const auto mine = std::find_if(m_executing.rbegin(), m_executing.rend(),
+                                   [&](const Executing& executing) { return executing.thread == thread; });
     m_executing.erase(std::next(mine).base());
     m_changed.wakeAll();
 }
@@ -143,6 +142,15 @@ void TaskTable::awaitIdle(Array array)
         m_changed.wait(m_mutex);
 }
 
+bool TaskTable::isCompleting(Array array) const
+{
+    const Locker lock(m_mutex);
+    const Qt::HANDLE thread = QThread::currentThreadId();
+    return std::any_of(m_executing.begin(), m_executing.end(), [&](const Executing& executing) {
+        return executing.array == array && executing.thread == thread;
+    });
+}
+
 bool TaskTable::isRunning(Array array) const
 {
     const Locker lock(m_mutex);
@@ -168,6 +176,9 @@ void TaskTable::forget(Array array)
 {
     const Locker lock(m_mutex);
     std::erase_if(m_queued, [array](const Queued& queued) { return queued.array == array; });
+    for (Executing& executing : m_executing)
+        if (executing.array == array)
+            executing.array = nullptr;
 }
 
 void TaskTable::stop()

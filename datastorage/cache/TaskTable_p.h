@@ -53,12 +53,16 @@ public:
     void awaitIdle(Array array);
 
     bool isRunning(Array array) const;
+    /// Whether this thread is inside a completion of `array` and the array has not been forgotten
+    /// meanwhile: what the completion calls may destroy the array.
+    bool isCompleting(Array array) const;
     /// Tasks that have not finished.
     qsizetype runningCount() const;
 
     /// Forgets the running tasks; their completions will be queued.
     void forgetRunning();
-    /// Drops the completions of `array`, which is gone.
+    /// Drops the completions of `array`, which is gone; one that is running learns it from
+    /// isCompleting().
     void forget(Array array);
     /// Takes back from the thread pool what has not started and waits for the rest, for a bounded time.
     void stop();
