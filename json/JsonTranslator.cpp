@@ -1,39 +1,10 @@
 #include <json/JsonTranslator_p.h>
 
-#include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
 
-#include <algorithm>
 #include <utility>
 
 namespace JsonUtils {
-
-namespace {
-
-/// Appends what QString::toUtf8() gives. Nearly all keys and texts are ASCII and need no string of
-/// their own for that.
-void appendUtf8(std::string& buffer, const QString& text)
-{
-    const size_t start = buffer.size();
-    buffer.resize(start + static_cast<size_t>(text.size()));
-    char* target = buffer.data() + start;
-    unsigned bits = 0;
-    for (const QChar character : text) {
-        bits |= character.unicode();
-        *target++ = character.toLatin1();
-    }
-    if (bits >= 0x80) {
-        const QByteArray utf8 = text.toUtf8();
-        buffer.replace(start, std::string::npos, utf8.constData(), static_cast<size_t>(utf8.size()));
-    }
-}
-
-bool hasNul(const std::string& utf8, size_t start)
-{
-    return utf8.find('\0', start) != std::string::npos;
-}
-
-} // namespace
 
 JsonTranslator::JsonTranslator(const QList<QString>& path)
 {
@@ -44,48 +15,54 @@ JsonTranslator::JsonTranslator(const QList<QString>& path)
 
 void JsonTranslator::translate(QJsonObject& object)
 {
-    const Level end = walk(makeLevel(object));
-    if (end.isTranslated) {
-        object = end.object;
+    enter(object, false);
+    if (const Level level = walk(); level.isTranslated) {
+        object = level.object;
     }
 }
 
 void JsonTranslator::translate(QJsonArray& array)
 {
-    const Level end = walk(makeLevel(array));
-    if (end.isTranslated) {
-        array = end.array;
+    enter(array, false);
+    if (const Level level = walk(); level.isTranslated) {
+        array = level.array;
     }
 }
 
-/// A level whose path is the current context.
-JsonTranslator::Level JsonTranslator::makeLevel(const QJsonObject& object) const
+/// Makes `object`, at the current path, the innermost container.
+void JsonTranslator::enter(QJsonObject object, bool isDropped)
 {
-    Level level;
-    level.object = object;
+    Level& level = m_levels.emplace_back();
     level.size = object.size();
+    level.object = std::move(object);
+    level.path = m_path;
     level.isObject = true;
-    level.contextSize = m_context.size();
-    level.hasPath = m_hasPath;
-    level.hasNul = m_hasNul;
-    return level;
+    level.isDropped = isDropped;
 }
 
-JsonTranslator::Level JsonTranslator::makeLevel(const QJsonArray& array) const
+void JsonTranslator::enter(QJsonArray array, bool isDropped)
 {
-    Level level;
-    level.array = array;
+    Level& level = m_levels.emplace_back();
     level.size = array.size();
-    level.contextSize = m_context.size();
-    level.hasPath = m_hasPath;
-    level.hasNul = m_hasNul;
-    return level;
+    level.array = std::move(array);
+    level.path = m_path;
+    level.isDropped = isDropped;
 }
 
-/// Translates everything at and below `start` and returns it.
-JsonTranslator::Level JsonTranslator::walk(Level start)
+/// Ends the innermost container and writes it back into the one around it.
+void JsonTranslator::leave()
 {
-    m_levels.push_back(std::move(start));
+    const Level& level = m_levels.back();
+    if (level.isTranslated) {
+        Level& parent = m_levels[m_levels.size() - 2];
+        store(parent, parent.next - 1, level.isObject ? QJsonValue(level.object) : QJsonValue(level.array));
+    }
+    m_levels.pop_back();
+}
+
+/// Translates everything at and below the container that was entered, and returns it.
+JsonTranslator::Level JsonTranslator::walk()
+{
     while (true) {
         Level& level = m_levels.back();
         if (level.next < level.size) {
@@ -109,62 +86,48 @@ void JsonTranslator::visit(Level& level)
     if (type != QJsonValue::Object && type != QJsonValue::Array && type != QJsonValue::String) {
         return;
     }
-    m_context.resize(level.contextSize);
-    m_hasPath = level.hasPath;
-    m_hasNul = level.hasNul;
+    setPath(level.path);
     if (level.isObject) {
         appendKey((level.object.constBegin() + position).key());
     }
-    if (type == QJsonValue::Object) {
-        enter(makeLevel(value.toObject()), level);
-    } else if (type == QJsonValue::Array) {
-        enter(makeLevel(value.toArray()), level);
-    } else if (QString translation; translateText(value.toString(), translation) && !level.isDropped) {
+    if (type == QJsonValue::String) {
+        visitText(level, position, value.toString());
+    } else if (type == QJsonValue::Object) {
+        enter(value.toObject(), level.isDropped);
+    } else {
+        enter(value.toArray(), level.isDropped || !level.isObject);
+    }
+}
+
+/// Looks `text`, which is at `position` of `level`, up in the current context.
+void JsonTranslator::visitText(Level& level, qsizetype position, const QString& text)
+{
+    m_text.truncate(0);
+    const bool hasNul = m_text.append(text);
+    if (hasNul || m_path.hasNul) {
+        return;
+    }
+    const QString translation = QCoreApplication::translate(m_context.text(), m_text.text());
+    // An untranslated text comes back through UTF-8, in which a lone surrogate and a leading byte order
+    // mark do not survive; that is no translation.
+    if (!level.isDropped && translation != text && translation != QString::fromUtf8(m_text.text())) {
         store(level, position, translation);
     }
 }
 
-void JsonTranslator::enter(Level child, const Level& parent)
+void JsonTranslator::setPath(const Path& parent)
 {
-    child.isDropped = parent.isDropped || (!parent.isObject && !child.isObject);
-    m_levels.push_back(std::move(child));
-}
-
-/// Ends the innermost container and writes it back into the one around it.
-void JsonTranslator::leave()
-{
-    const Level& child = m_levels.back();
-    if (child.isTranslated) {
-        Level& parent = m_levels[m_levels.size() - 2];
-        store(parent, parent.next - 1, child.isObject ? QJsonValue(child.object) : QJsonValue(child.array));
-    }
-    m_levels.pop_back();
-}
-
-/// Looks `text` up in the current context. False when it stays as it is.
-bool JsonTranslator::translateText(const QString& text, QString& translation)
-{
-    m_text.clear();
-    appendUtf8(m_text, text);
-    if (m_hasNul || hasNul(m_text, 0)) {
-        return false;
-    }
-    translation = QCoreApplication::translate(m_context.c_str(), m_text.c_str());
-    // An untranslated text comes back through UTF-8, in which a lone surrogate and a leading byte order
-    // mark do not survive; that is no translation.
-    return translation != text && translation != QString::fromStdString(m_text);
+    m_path = parent;
+    m_context.truncate(parent.size);
 }
 
 void JsonTranslator::appendKey(const QString& key)
 {
-    if (m_hasPath) {
-        m_context += '_';
+    if (!m_path.isEmpty) {
+        m_context.append('_');
     }
-    const size_t start = m_context.size();
-    appendUtf8(m_context, key);
-    std::replace(m_context.begin() + static_cast<std::ptrdiff_t>(start), m_context.end(), ' ', '_');
-    m_hasPath = true;
-    m_hasNul = m_hasNul || hasNul(m_context, start);
+    const bool hasNul = m_context.append(key, '_');
+    m_path = {m_context.size(), false, m_path.hasNul || hasNul};
 }
 
 void JsonTranslator::store(Level& level, qsizetype position, const QJsonValue& value)

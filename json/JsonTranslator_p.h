@@ -1,12 +1,14 @@
 #pragma once
 
+#include <json/Utf8Buffer_p.h>
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-#include <string>
+#include <cstddef>
 #include <vector>
 
 namespace JsonUtils {
@@ -30,6 +32,14 @@ public:
     void translate(QJsonArray& array);
 
 private:
+    /// The keys from the root down to a container or text, of which m_context holds the text.
+    struct Path
+    {
+        size_t size = 0;     ///< bytes in m_context
+        bool isEmpty = true; ///< no key at all, which an empty text does not tell
+        bool hasNul = false; ///< a key holds a NUL
+    };
+
     /// A container on the way from the start of the walk to the current text.
     struct Level
     {
@@ -37,29 +47,26 @@ private:
         QJsonArray array;          ///< the container otherwise
         qsizetype size = 0;        ///< members or elements
         qsizetype next = 0;        ///< position that is visited next
-        size_t contextSize = 0;    ///< bytes of the container's own path in m_context
+        Path path;                 ///< of the container
         bool isObject = false;     ///< an object, not an array
-        bool hasPath = false;      ///< the path has at least one key
-        bool hasNul = false;       ///< a key of the path holds a NUL
         bool isDropped = false;    ///< at or below an array in an array: looked up, not written back
         bool isTranslated = false; ///< differs from the container in the tree
     };
 
-    Level makeLevel(const QJsonObject& object) const;
-    Level makeLevel(const QJsonArray& array) const;
-    Level walk(Level start);
-    void visit(Level& level);
-    void enter(Level child, const Level& parent);
+    void enter(QJsonObject object, bool isDropped);
+    void enter(QJsonArray array, bool isDropped);
     void leave();
-    bool translateText(const QString& text, QString& translation);
+    Level walk();
+    void visit(Level& level);
+    void visitText(Level& level, qsizetype position, const QString& text);
+    void setPath(const Path& parent);
     void appendKey(const QString& key);
     static void store(Level& level, qsizetype position, const QJsonValue& value);
 
     std::vector<Level> m_levels;
-    std::string m_context; ///< UTF-8, blanks replaced; ends with the key of the current member
-    std::string m_text;    ///< UTF-8 of the current text
-    bool m_hasPath = false;
-    bool m_hasNul = false;
+    Path m_path;          ///< of the current member or element
+    Utf8Buffer m_context; ///< the keys of m_path, joined, blanks replaced
+    Utf8Buffer m_text;    ///< the current text
 };
 
 } // namespace JsonUtils
