@@ -11,7 +11,6 @@
 #if defined(__linux__)
 #include <charconv>
 #include <fstream>
-#include <iterator>
 #include <string>
 #endif
 
@@ -42,8 +41,10 @@ std::optional<std::uint64_t> parseAvailableMemory(std::string_view memoryInforma
 std::optional<std::uint64_t> availablePhysicalMemory()
 {
     std::ifstream file("/proc/meminfo");
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    return parseAvailableMemory(text);
+    for (std::string line; std::getline(file, line);)
+        if (const std::optional<std::uint64_t> bytes = parseAvailableMemory(line))
+            return bytes;
+    return std::nullopt;
 }
 
 bool reserveFileSpace(int fd, std::int64_t offset, std::int64_t bytes)
