@@ -173,6 +173,11 @@ void DataArrayInfoStreamed::restart()
     clear();
 }
 
+PinnedSamples DataArrayInfoStreamed::pin(qint64 first, qint64 count)
+{
+    return StreamedArrayAccess::pin(*this, first, count);
+}
+
 void DataArrayInfoStreamed::updateDataCachePath(const QString& newKey)
 {
     CacheManager::instance().updateDataCachePath(newKey, this);

@@ -2,6 +2,7 @@
 
 #include <datastorage/Export.h>
 #include <datastorage/arrays/DataArrayInfo.h>
+#include <datastorage/arrays/PinnedSamples.h>
 
 #include <archive/ArchiveContext.h>
 
@@ -99,6 +100,9 @@ public:
     bool readFromDiskStream(QIODevice& device);
     bool writeToDiskStream(QIODevice& device);
     bool updateToDiskStream(QIODevice& device);
+    /// Views the samples from `first` on, at most `count`, and keeps the array in memory while the view
+    /// lives; loads it when that is needed. Empty when nothing is there or the load fails. Any thread.
+    PinnedSamples pin(qint64 first, qint64 count);
     /// Files the array under `newKey` and renames its cache file.
     void updateDataCachePath(const QString& newKey);
 

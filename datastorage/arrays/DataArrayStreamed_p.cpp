@@ -7,6 +7,7 @@
 #include <QtCore/QFile>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 namespace vx::datastorage {
@@ -16,6 +17,11 @@ namespace {
 qint64 sizeOf(std::span<const DataTypeBase> samples)
 {
     return static_cast<qint64>(samples.size());
+}
+
+qint64 steadyNanoseconds()
+{
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
 void copySamples(std::span<DataTypeBase> out, const DataTypeBase* from, qint64 count)
@@ -80,7 +86,9 @@ void StreamedArrayAccess::setSamplesOnDisk(const DataArrayStreamed& array, qint6
 bool StreamedArrayAccess::mayBeEvicted(const DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
-    return !hasUnwrittenSamples(array) && !array.m_state->loading && array.m_state->pendingLoads.load() == 0;
+    const StreamedArrayState& state = *array.m_state;
+    return !hasUnwrittenSamples(array) && !state.loading && state.pendingLoads.load() == 0 &&
+           state.pins->load() == 0;
 }
 
 qint64 StreamedArrayAccess::copyResident(const DataArrayStreamed& array, qint64 first,
@@ -107,6 +115,48 @@ qint64 StreamedArrayAccess::copyLate(const DataArrayStreamed& array, qint64 firs
     const qint64 count = std::min(sizeOf(late) - at, sizeOf(out));
     copySamples(out, late.data() + at, count);
     return count;
+}
+
+StreamedArrayAccess::Footprint StreamedArrayAccess::footprint(const DataArrayStreamed& array)
+{
+    constexpr auto bytesPerSample = static_cast<qint64>(sizeof(DataTypeBase));
+    const nel::tools::Locker lock(array.m_memoryLock);
+    const qint64 loaded = array.m_loadedSize.load();
+    const qint64 expected = array.m_state->loading ? array.m_size : loaded;
+    return {bytesPerSample * loaded, bytesPerSample * (array.m_allocated - expected),
+            bytesPerSample * (expected - loaded)};
+}
+
+PinnedSamples StreamedArrayAccess::pin(DataArrayInfoStreamed& info, qint64 first, qint64 count)
+{
+    PinnedSamples view;
+    const DataArrayStreamed* array = arrayOf(info);
+    while (array && first >= 0 && count > 0) {
+        const qint64 size = std::max(array->m_realSize.load(), firstIndex(*array) + loadedSize(*array));
+        const qint64 last = std::min(size - first, count) + first - 1;
+        if (last < first)
+            break;
+        if (takePin(*array, first, last, view))
+            break;
+        if (!CacheManagerAccess::bringIn(info, last))
+            break;
+    }
+    return view;
+}
+
+bool StreamedArrayAccess::takePin(const DataArrayStreamed& array, qint64 first, qint64 last,
+                                  PinnedSamples& view)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    const qint64 begin = array.m_firstIndex.load();
+    if (first < begin || last >= begin + array.m_loadedSize.load())
+        return false;
+    array.m_state->pins->fetch_add(1);
+    view.m_pin = std::make_unique<PinnedSamples::Pin>(SampleBlockUser(array.m_data), array.m_state->pins);
+    view.m_samples = array.m_data + (first - begin);
+    view.m_first = first;
+    view.m_count = last - first + 1;
+    return true;
 }
 
 // Filling
@@ -250,13 +300,16 @@ void StreamedArrayAccess::dropWritten(DataArrayStreamed& array)
 
 void StreamedArrayAccess::startLoad(const DataArrayStreamed& array)
 {
+    array.m_state->loadStart.store(steadyNanoseconds());
     array.m_state->pendingLoads.fetch_add(1);
 }
 
-void StreamedArrayAccess::finishLoad(const DataArrayStreamed& array)
+qint64 StreamedArrayAccess::finishLoad(const DataArrayStreamed& array)
 {
+    const qint64 nanoseconds = steadyNanoseconds() - array.m_state->loadStart.load();
     array.m_state->pendingLoads.fetch_sub(1);
     array.m_loadLock.wakeAll();
+    return nanoseconds;
 }
 
 StreamedArrayAccess::Wait StreamedArrayAccess::waitForLoad(const DataArrayStreamed& array, qint64 index)
@@ -326,7 +379,9 @@ qint64 StreamedArrayAccess::readSamples(const DataArrayInfo& info, qint64 first,
         copySamples(out, array->m_data + first, count);
         return count;
     }
-    qint64 done = 0;
+    qint64 done = copyResident(*streamed, first, out);
+    if (done == sizeOf(out))
+        CacheManagerAccess::countHit();
     while (done < sizeOf(out)) {
         const std::span<DataTypeBase> rest = out.subspan(static_cast<std::size_t>(done));
         qint64 copied = copyResident(*streamed, first + done, rest);

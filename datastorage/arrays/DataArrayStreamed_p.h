@@ -1,6 +1,7 @@
 #pragma once
 
 #include <datastorage/arrays/DataArrayStreamed.h>
+#include <datastorage/arrays/PinnedSamples_p.h>
 #include <datastorage/arrays/SampleBlock_p.h>
 #include <datastorage/cache/CacheThread_p.h>
 #include <datastorage/cache/MemoryMeter_p.h>
@@ -28,6 +29,10 @@ public:
     std::atomic<qint64> samplesOnDisk{0};
     /// Read tasks started and not finished.
     std::atomic<int> pendingLoads{0};
+    /// Views that hold the array in memory.
+    PinCount pins = std::make_shared<std::atomic<int>>(0);
+    /// When the last load was asked for, in nanoseconds of the steady clock.
+    std::atomic<qint64> loadStart{0};
     /// Samples that the last finished load found in the file.
     std::atomic<qint64> lastLoadedSize{0};
 
@@ -69,6 +74,19 @@ public:
         return rounded >= 2147483648.0F ? std::numeric_limits<int>::max() : static_cast<int>(rounded);
     }
 
+    /// Views the samples from `first` on, at most `count`, and holds the array; loads it when that is
+    /// needed. Empty when nothing is there or the load fails.
+    static PinnedSamples pin(DataArrayInfoStreamed& info, qint64 first, qint64 count);
+
+    /// Bytes that the array takes in memory.
+    struct Footprint
+    {
+        qint64 sampleBytes = 0;   ///< samples that can be read
+        qint64 spareBytes = 0;    ///< room that no sample takes
+        qint64 inFlightBytes = 0; ///< room for samples that are being loaded
+    };
+    static Footprint footprint(const DataArrayStreamed& array);
+
     /// Appends a block of samples to an array of any kind.
     static void addBlock(DataArray& array, std::span<const DataTypeBase> samples);
     static qint64 readSamples(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);
@@ -106,7 +124,8 @@ public:
 
     // Loading, as seen by those who wait.
     static void startLoad(const DataArrayStreamed& array);
-    static void finishLoad(const DataArrayStreamed& array);
+    /// Returns how long the load took, in nanoseconds.
+    static qint64 finishLoad(const DataArrayStreamed& array);
     enum class Wait
     {
         Readable,     ///< the sample is in memory
@@ -157,6 +176,7 @@ private:
         array.m_loadedSize.store(size, std::memory_order_release);
     }
 
+    static bool takePin(const DataArrayStreamed& array, qint64 first, qint64 last, PinnedSamples& view);
     static bool startFilling(DataArrayStreamed& array);
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);

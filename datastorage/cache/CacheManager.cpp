@@ -395,8 +395,41 @@ DataTypeBase CacheManager::getSampleDirect(DataArrayInfoStreamed* info, qint64 i
     if (reader.initialize(id, file))
         return reader.getSampleDirect(id, index);
     info->setReadWriteError(true);
+    d->counters.countError();
     Q_EMIT signal_cacheError(QLatin1String("[CacheReadManager] Cannot initialize mmap for file:") + file);
     return DataTypeBase{.intValue = 0};
+}
+
+void CacheManager::prefetch(DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array && isCached(info) && !StreamedArrayAccess::isWholeInMemory(*array) &&
+        StreamedArrayAccess::loadedSize(*array) == 0 && d->tasks.begin(info))
+        startReadTask(info);
+}
+
+CacheStatistics CacheManager::statistics() const
+{
+    CacheStatistics statistics;
+    d->counters.report(statistics);
+    statistics.budgetBytes = getCacheSizeInBytes();
+    statistics.runningTasks = d->tasks.runningCount();
+    for (DataArrayInfoStreamed* info : d->registry.arrays()) {
+        ++statistics.registeredArrays;
+        const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+        if (!array)
+            continue;
+        const StreamedArrayAccess::Footprint footprint = StreamedArrayAccess::footprint(*array);
+        statistics.residentArrays += footprint.sampleBytes > 0 ? 1 : 0;
+        statistics.sampleBytes += footprint.sampleBytes;
+        statistics.spareBytes += footprint.spareBytes;
+        statistics.inFlightBytes += footprint.inFlightBytes;
+        if (StreamedArrayAccess::state(*array).pins->load() > 0) {
+            ++statistics.pinnedArrays;
+            statistics.pinnedBytes += footprint.sampleBytes;
+        }
+    }
+    return statistics;
 }
 
 } // namespace vx::datastorage

@@ -2,6 +2,7 @@
 
 #include <datastorage/Export.h>
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
+#include <datastorage/cache/CacheStatistics.h>
 
 #include <tools/Singleton.h>
 
@@ -166,6 +167,12 @@ public:
     /// the quiet NaN outside the file. When the file cannot be mapped, the array is marked in error,
     /// signal_cacheError() is emitted once and a zero sample returned.
     DataTypeBase getSampleDirect(DataArrayInfoStreamed* info, qint64 index);
+
+    /// Hints that `info` will be asked for soon: starts loading it, unless it is in memory or a task of
+    /// it runs. Main thread.
+    void prefetch(DataArrayInfoStreamed* info);
+    /// What the cache holds now and has done so far. Looks at every filed array once. Main thread.
+    CacheStatistics statistics() const;
 
 Q_SIGNALS:
     /// A background read or write, or a mapping, has failed. Emitted on the main thread.

@@ -120,6 +120,31 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
     }
 }
 
+bool CacheManagerAccess::bringIn(DataArrayInfoStreamed& info, qint64 index)
+{
+    CacheManager* cache = existing();
+    if (!cache)
+        return false;
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(info);
+    CacheManagerPrivate& d = *cache->d;
+    const PoolThreadPause pause;
+    while (!d.isReadFromFile(&info, array) && d.startBringing(&info, index)) {
+        const Wait result = StreamedArrayAccess::waitForLoad(array, index);
+        if (result == Wait::Readable)
+            return true;
+        const bool wasEvictedAgain = index < StreamedArrayAccess::state(array).lastLoadedSize.load();
+        if (result == Wait::Error || CacheThread::isCurrent() || !wasEvictedAgain)
+            return false;
+    }
+    return false;
+}
+
+void CacheManagerAccess::countHit()
+{
+    if (CacheManager* cache = existing())
+        cache->d->counters.countHit();
+}
+
 qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 first,
                                       std::span<DataTypeBase> out)
 {

@@ -28,6 +28,11 @@ public:
     /// The sample at `index`, which is not in memory: loads the array and waits. See
     /// DataArrayInfoStreamed for what the caller gets.
     static DataTypeBase fetchSample(const DataArrayInfoStreamed& info, qint64 index);
+    /// Brings the sample at `index` into memory, loading the array when it has to be, and returns
+    /// whether it is there; never waits for an error to be cleared.
+    static bool bringIn(DataArrayInfoStreamed& info, qint64 index);
+    /// Notes that samples that were asked for were all in memory.
+    static void countHit();
     /// Copies samples from `first` on, which are not in memory, to `out`; returns how many, 0 when they
     /// cannot be had. Loads the array when that helps; never waits for an error to be cleared.
     static qint64 readAbsent(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);

@@ -119,10 +119,13 @@ void CacheManagerPrivate::updateCache()
         DataArrayInfoStreamed* oldest = queue.popOldest();
         if (!oldest)
             break;
-        if (mayBeEvicted(oldest))
-            oldest->removeFromMemory();
-        else
+        if (!mayBeEvicted(oldest)) {
             kept.push_back(oldest);
+            continue;
+        }
+        if (oldest->getSizeLoadedInMemory() > 0)
+            counters.countEviction();
+        oldest->removeFromMemory();
     }
     for (DataArrayInfoStreamed* info : kept)
         queue.putBack(info);
@@ -179,6 +182,7 @@ void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)
 
 void CacheManager::onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 {
+    d->counters.countWrite();
     d->finish(dataArrayInfo, [this, dataArrayInfo] {
         CacheManagerPrivate::closeStream(dataArrayInfo);
         if (isCached(dataArrayInfo) && !dataArrayInfo->isUseBatchMode())
@@ -193,6 +197,7 @@ void CacheManager::onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 
 void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const QString& error)
 {
+    d->counters.countError();
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         Q_EMIT signal_cacheError(error);
@@ -204,7 +209,7 @@ void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const 
 void CacheManager::onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 {
     if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
-        StreamedArrayAccess::finishLoad(*array);
+        d->counters.countLoad(StreamedArrayAccess::finishLoad(*array));
     d->finish(dataArrayInfo, [this, dataArrayInfo] {
         if (!isCached(dataArrayInfo))
             return;
@@ -217,6 +222,7 @@ void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const Q
 {
     if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
         StreamedArrayAccess::finishLoad(*array);
+    d->counters.countError();
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         Q_EMIT signal_cacheError(error);
@@ -266,6 +272,7 @@ void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
 void CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info)
 {
     info->setReadWriteError(true);
+    counters.countError();
     const QString error =
         QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + registry.fileOf(info);
     if (CacheThread::isCurrent()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <datastorage/arrays/DataType.h>
+#include <datastorage/cache/CacheCounters_p.h>
 #include <datastorage/cache/CacheDirectory_p.h>
 #include <datastorage/cache/CacheRegistry_p.h>
 #include <datastorage/cache/EvictionQueue_p.h>
@@ -93,6 +94,7 @@ public:
     TaskTable tasks;
     CacheDirectory directory;
     CompletionRunner runner;
+    CacheCounters counters;
     std::atomic<const DataArrayInfoStreamed*> held{nullptr}; ///< not to be evicted while its content changes
     QString cachePath;
     bool isPerProcess = false; ///< cachePath is the directory of this process alone

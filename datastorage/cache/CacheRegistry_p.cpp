@@ -126,6 +126,16 @@ QList<std::pair<QString, DataArrayInfoStreamed*>> CacheRegistry::cachedArrays() 
     return arrays;
 }
 
+QList<DataArrayInfoStreamed*> CacheRegistry::arrays() const
+{
+    const Locker lock(m_mutex);
+    QList<DataArrayInfoStreamed*> arrays;
+    arrays.reserve(m_entries.size());
+    for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry)
+        arrays.append(const_cast<DataArrayInfoStreamed*>(entry.key()));
+    return arrays;
+}
+
 QString CacheRegistry::fileName(const QString& key, const QString& name) const
 {
     const Locker lock(m_mutex);

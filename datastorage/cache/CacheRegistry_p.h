@@ -50,6 +50,8 @@ public:
     bool contains(const QString& key, const QString& name) const;
     /// The cached arrays with their keys, in ascending order of keys.
     QList<std::pair<QString, DataArrayInfoStreamed*>> cachedArrays() const;
+    /// Every filed array once, cached or updating.
+    QList<DataArrayInfoStreamed*> arrays() const;
 
     /// The file that an array called `name` under `key` has or would get.
     QString fileName(const QString& key, const QString& name) const;
