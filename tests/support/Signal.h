@@ -15,10 +15,9 @@ class Signal
 public:
     void give()
     {
-        {
-            const std::lock_guard lock(m_mutex);
-            ++m_count;
-        }
+        const std::lock_guard lock(m_mutex);
+        ++m_count;
+        // Still under the lock: who takes the signal may destroy it at once.
         m_condition.notify_all();
     }
 
