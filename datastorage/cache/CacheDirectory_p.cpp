@@ -2,12 +2,13 @@
 
 #include <datastorage/cache/SystemMemory_p.h>
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
+#include <QtCore/QSysInfo>
 
 #include <chrono>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -65,31 +66,31 @@ bool isLockPlace(const QString& path)
     return !entry.isSymLink() && (!entry.exists() || entry.isFile());
 }
 
-/// Whether the lock was left by an earlier process although its text does not say so: it carries the
-/// id of this process, or nothing because the machine stopped while it was written. Then
-/// `nominalProcessId`, whose directory it is, decides. A lock that somebody holds cannot be removed, so
-/// a wrong answer does no harm.
-bool isSecretlyStale(const QLockFile& lock, qint64 nominalProcessId)
-{
-    const qint64 self = QCoreApplication::applicationPid();
-    qint64 owner = 0;
-    QString host;
-    QString program;
-    if (lock.getLockInfo(&owner, &host, &program))
-        return owner == self && host == QSysInfo::machineHostName();
-    return nominalProcessId == self || !platform::isProcessAlive(nominalProcessId);
-}
-
-/// Takes the lock at once or within `patience`, also from an owner that is gone.
-bool acquire(QLockFile& lock, qint64 nominalProcessId, std::chrono::milliseconds patience)
+/// Takes the lock at once or within `patience`, also from an owner that is gone. `directoryOwner` is the
+/// process whose directory it is.
+bool acquire(QLockFile& lock, qint64 directoryOwner, std::chrono::milliseconds patience)
 {
     lock.setStaleLockTime(0); // age alone proves nothing: measurements run for weeks
     if (lock.tryLock(0))
         return true;
     if (lock.error() != QLockFile::LockFailedError)
         return false;
-    if (isSecretlyStale(lock, nominalProcessId) && lock.removeStaleLockFile())
-        return lock.tryLock(0);
+
+    // Two kinds of locks are stale although their text does not say so. A lock that somebody holds
+    // cannot be removed, so a wrong guess does no harm.
+    const qint64 self = platform::currentProcessId();
+    qint64 lockOwner = 0;
+    QString host;
+    QString program;
+    if (!lock.getLockInfo(&lockOwner, &host, &program)) {
+        // The machine stopped while the lock was written.
+        const bool ownerIsGone = directoryOwner == self || !platform::isProcessAlive(directoryOwner);
+        if (ownerIsGone && lock.removeStaleLockFile())
+            return lock.tryLock(0);
+    } else if (lockOwner == self && host == QSysInfo::machineHostName()) {
+        // An earlier process had the same id, or else another object of this process holds the lock.
+        return lock.removeStaleLockFile() && lock.tryLock(0);
+    }
     return patience.count() > 0 && lock.tryLock(static_cast<int>(patience.count()));
 }
 
@@ -111,7 +112,7 @@ std::optional<qint64> processIdFromName(const QString& name)
 {
     bool isNumber = false;
     const qint64 processId = name.toLongLong(&isNumber);
-    if (!isNumber || name != QString::number(processId))
+    if (!isNumber || processId <= 0 || name != QString::number(processId))
         return std::nullopt;
     return processId;
 }
@@ -151,15 +152,16 @@ bool makeOwnDirectory(const QString& directory)
 
 } // namespace
 
-CacheDirectory::CacheDirectory() : m_processId(QCoreApplication::applicationPid()) {}
+CacheDirectory::CacheDirectory() : m_processId(platform::currentProcessId()) {}
 
 CacheDirectory::~CacheDirectory()
 {
     if (isForked()) {
         // A forked child must not delete the files of its parent, nor give back its locks, which the
         // lock objects would do; they are kept instead.
-        static auto* const parentsLocks = new std::map<QString, std::unique_ptr<QLockFile>>();
-        parentsLocks->swap(m_locks);
+        static auto* const parentsLocks = new (std::nothrow) std::map<QString, std::unique_ptr<QLockFile>>();
+        if (parentsLocks != nullptr)
+            parentsLocks->swap(m_locks);
         return;
     }
     while (!m_locks.empty()) {
@@ -172,7 +174,7 @@ CacheDirectory::~CacheDirectory()
 
 bool CacheDirectory::isForked() const
 {
-    return QCoreApplication::applicationPid() != m_processId;
+    return platform::currentProcessId() != m_processId;
 }
 
 bool CacheDirectory::create(const QString& path, bool perProcess)
@@ -194,7 +196,7 @@ bool CacheDirectory::createPerProcess(const QString& directory)
     }
     auto lock = std::make_unique<QLockFile>(lockPath);
     const bool locked =
-        isLockPlace(lockPath) && acquire(*lock, QCoreApplication::applicationPid(), OWN_LOCK_PATIENCE);
+        isLockPlace(lockPath) && acquire(*lock, platform::currentProcessId(), OWN_LOCK_PATIENCE);
     if (locked && hadLockFile && isOwnDirectory(directory))
         QDir(directory).removeRecursively();
     if (!makeOwnDirectory(directory))

@@ -23,6 +23,9 @@ std::uint32_t lastSystemError();
 /// only), or there is not enough space. Writing needs no reservation, so the result may be ignored.
 bool reserveFileSpace(int fd, std::int64_t offset, std::int64_t bytes);
 
+/// The id of the calling process; a forked child gets its own at once.
+long long currentProcessId();
+
 /// Whether a process with this id runs now, whoever owns it. Ids are reused: a process with the id of
 /// an earlier one is not that one.
 bool isProcessAlive(long long pid);

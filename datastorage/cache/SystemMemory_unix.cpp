@@ -83,6 +83,11 @@ std::uint32_t lastSystemError()
     return static_cast<std::uint32_t>(errno);
 }
 
+long long currentProcessId()
+{
+    return ::getpid();
+}
+
 bool isProcessAlive(long long pid)
 {
     if (pid <= 0 || pid > std::numeric_limits<pid_t>::max())

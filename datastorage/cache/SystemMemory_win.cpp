@@ -1,9 +1,6 @@
 #include <datastorage/cache/SystemMemory_p.h>
 
-#include <limits>
-
 #define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 
 namespace vx::datastorage::platform {
@@ -27,9 +24,14 @@ bool reserveFileSpace(int /*fd*/, std::int64_t /*offset*/, std::int64_t /*bytes*
     return false;
 }
 
+long long currentProcessId()
+{
+    return GetCurrentProcessId();
+}
+
 bool isProcessAlive(long long pid)
 {
-    if (pid <= 0 || pid > std::numeric_limits<DWORD>::max())
+    if (pid <= 0 || pid > MAXDWORD)
         return false;
     HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(pid));
     // A process of another user exists, though it cannot be opened.

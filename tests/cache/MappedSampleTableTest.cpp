@@ -1,0 +1,128 @@
+#include <datastorage/cache/MappedSampleTable_p.h>
+
+#include <support/CacheFileBytes.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+using vx::datastorage::mappedSample;
+using vx::datastorage::MappedSampleTable;
+
+namespace {
+
+constexpr std::int32_t MISSING = 2143289344;
+
+const uchar* bytesOf(const QByteArray& samples)
+{
+    return reinterpret_cast<const uchar*>(samples.constData());
+}
+
+/// Leaves the table, which belongs to the process, empty for the next test.
+class MappedSampleTableTest : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        for (const int id : m_used)
+            MappedSampleTable::withdraw(id);
+    }
+
+    void publish(int id, const QByteArray& samples)
+    {
+        ASSERT_TRUE(MappedSampleTable::reserve(id));
+        m_used.push_back(id);
+        MappedSampleTable::publish(id, bytesOf(samples), samples.size() / 4, -1);
+    }
+
+private:
+    std::vector<int> m_used;
+};
+
+// Ids around the ends of the chunks that hold 1024, 2048 and 4096 rows.
+const int IDS[] = {0, 1, 1022, 1023, 1024, 1025, 3070, 3071, 3072, 3073, 7167, 7168};
+
+TEST_F(MappedSampleTableTest, KeepsTheRowsOfAllIdsApart)
+{
+    std::vector<QByteArray> blocks;
+    for (const int id : IDS)
+        blocks.push_back(cachefile::samples({id, -id, 7}));
+    std::size_t next = 0;
+    for (const int id : IDS)
+        publish(id, blocks[next++]);
+    for (const int id : IDS) {
+        SCOPED_TRACE(id);
+        EXPECT_EQ(mappedSample(id, 0).intValue, id);
+        EXPECT_EQ(mappedSample(id, 1).intValue, -id);
+        EXPECT_EQ(mappedSample(id, 2).intValue, 7);
+        EXPECT_EQ(mappedSample(id, 3).intValue, MISSING);
+    }
+}
+
+TEST_F(MappedSampleTableTest, AnswersMissingForIndicesOutside)
+{
+    const QByteArray samples = cachefile::samples({1, 2});
+    publish(5, samples);
+    for (const qint64 index : {qint64{-1}, qint64{2}, std::numeric_limits<qint64>::min(),
+                               std::numeric_limits<qint64>::max(), qint64{1} << 62, -(qint64{1} << 62)}) {
+        SCOPED_TRACE(index);
+        EXPECT_EQ(mappedSample(5, index).intValue, MISSING);
+    }
+}
+
+TEST_F(MappedSampleTableTest, AnswersMissingForIdsWithoutARow)
+{
+    for (const int id : {-1, -1023, -1024, -1025, std::numeric_limits<int>::min(),
+                         std::numeric_limits<int>::max(), std::numeric_limits<int>::max() - 1023, 1 << 30}) {
+        SCOPED_TRACE(id);
+        EXPECT_EQ(MappedSampleTable::find(id), nullptr);
+        EXPECT_EQ(mappedSample(id, 0).intValue, MISSING);
+    }
+}
+
+TEST_F(MappedSampleTableTest, AnswersMissingAfterAWithdrawal)
+{
+    const QByteArray samples = cachefile::samples({11});
+    publish(9, samples);
+    ASSERT_EQ(mappedSample(9, 0).intValue, 11);
+    MappedSampleTable::withdraw(9);
+    EXPECT_EQ(mappedSample(9, 0).intValue, MISSING);
+}
+
+TEST_F(MappedSampleTableTest, NeverMovesARow)
+{
+    ASSERT_TRUE(MappedSampleTable::reserve(3));
+    const MappedSampleTable::Row* const row = MappedSampleTable::find(3);
+    ASSERT_NE(row, nullptr);
+    ASSERT_TRUE(MappedSampleTable::reserve(20'000));
+    EXPECT_EQ(MappedSampleTable::find(3), row);
+    EXPECT_NE(MappedSampleTable::find(20'000), nullptr);
+}
+
+TEST_F(MappedSampleTableTest, RefusesANegativeId)
+{
+    EXPECT_FALSE(MappedSampleTable::reserve(-1));
+    MappedSampleTable::withdraw(-1);
+    EXPECT_EQ(MappedSampleTable::find(-1), nullptr);
+}
+
+TEST_F(MappedSampleTableTest, FindsARowByItsContent)
+{
+    const QByteArray samples = cachefile::samples({1, 2, 3});
+    publish(1500, samples);
+    const MappedSampleTable::Row* found = nullptr;
+    const auto holdsSamples = [&](const MappedSampleTable::Row& row) {
+        const bool hit = row.samples.load() == bytesOf(samples);
+        if (hit)
+            found = &row;
+        return hit;
+    };
+    EXPECT_TRUE(MappedSampleTable::findIf(holdsSamples));
+    EXPECT_EQ(found, MappedSampleTable::find(1500));
+    EXPECT_EQ(found->mappedBytes.load(), 12U);
+    MappedSampleTable::withdraw(1500);
+    EXPECT_FALSE(MappedSampleTable::findIf(holdsSamples));
+}
+
+} // namespace
