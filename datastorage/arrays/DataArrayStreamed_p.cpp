@@ -343,7 +343,9 @@ bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
 {
     SampleWriter writer(array);
     const bool holdsEnd = firstIndex(array) > 0 || loadedSize(array) < realSize(array);
-    return holdsEnd ? writer.appendMissing(file) : writer.update(file);
+    // Appending a block whose first samples the file has already would write those twice.
+    const bool repeats = array.m_useBatchMode.load() && array.m_state->samplesOnDisk.load() > 0;
+    return holdsEnd || repeats ? writer.appendMissing(file) : writer.update(file);
 }
 
 bool StreamedArrayAccess::writeFile(DataArrayStreamed& array, QFile& file)

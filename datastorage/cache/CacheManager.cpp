@@ -408,6 +408,16 @@ void CacheManager::prefetch(DataArrayInfoStreamed* info)
         startReadTask(info);
 }
 
+QFuture<LoadResult> CacheManager::loadInBackground(DataArrayInfoStreamed* info)
+{
+    return d->background.load(info);
+}
+
+QFuture<ReadResult> CacheManager::readInBackground(DataArrayInfoStreamed* info, qint64 first, qint64 count)
+{
+    return d->background.read(info, first, count);
+}
+
 CacheStatistics CacheManager::statistics() const
 {
     CacheStatistics statistics;

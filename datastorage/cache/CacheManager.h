@@ -2,10 +2,12 @@
 
 #include <datastorage/Export.h>
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
+#include <datastorage/cache/BackgroundResult.h>
 #include <datastorage/cache/CacheStatistics.h>
 
 #include <tools/Singleton.h>
 
+#include <QtCore/QFuture>
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
 #include <QtCore/QObject>
@@ -171,6 +173,13 @@ public:
     /// Hints that `info` will be asked for soon: starts loading it, unless it is in memory or a task of
     /// it runs. Main thread.
     void prefetch(DataArrayInfoStreamed* info);
+    /// Brings `info` into memory without making anybody wait. Progress counts samples. A failed read is
+    /// a result with the cache's text, besides the error of the array. Joins a load that runs. A
+    /// cancelled request ends within 50 ms; what is loading goes on. Nobody keeps the array in memory:
+    /// pin() it when the future has finished. Main thread; follow-ups run where QFuture::then() says.
+    QFuture<LoadResult> loadInBackground(DataArrayInfoStreamed* info);
+    /// As loadInBackground(), for a copy of the samples from `first` on, at most `count`.
+    QFuture<ReadResult> readInBackground(DataArrayInfoStreamed* info, qint64 first, qint64 count);
     /// What the cache holds now and has done so far. Looks at every filed array once. Main thread.
     CacheStatistics statistics() const;
 

@@ -82,6 +82,7 @@ void CacheManagerAccess::forget(CacheManager& cache, DataArrayInfoStreamed* info
     CacheManagerPrivate::closeStream(info);
     d.queue.removeEvery(info);
     d.tasks.forget(info);
+    d.background.forget(info);
 }
 
 DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constInfo, qint64 index)
@@ -191,6 +192,17 @@ qint64 CacheManagerPrivate::readFromFile(const DataArrayInfoStreamed* info, qint
         return 0;
     return std::max<qint64>(file.read(reinterpret_cast<char*>(out.data()), count * bytesPerSample), 0) /
            bytesPerSample;
+}
+
+bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    const bool holdsEnd =
+        StreamedArrayAccess::firstIndex(array) > 0 && StreamedArrayAccess::loadedSize(array) > 0;
+    if (holdsEnd || !registry.isKnown(info) || StreamedArrayAccess::isWholeInMemory(array))
+        return false;
+    requestLoad(info);
+    return true;
 }
 
 bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 index)

@@ -49,7 +49,11 @@ void CompletionRunner::onWake()
     m_tasks.runPending();
 }
 
-CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner) : manager(owner), runner(tasks) {}
+CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner)
+    : manager(owner), runner(tasks), background(*this)
+{
+    background.moveToThread(runner.thread());
+}
 
 // Filing
 
@@ -164,14 +168,10 @@ void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)
 {
     CacheManagerPrivate::closeStream(info);
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
-    // A block that holds the array from its first sample on brings the file up to date as a whole; one
-    // that holds only the end of it can do nothing but append.
-    if (array && StreamedArrayAccess::realSize(*array) > 0) {
-        const bool holdsEnd = StreamedArrayAccess::firstIndex(*array) > 0;
-        append = holdsEnd || (append && !StreamedArrayAccess::isWholeInMemory(*array));
-    }
+    // A block that holds only the end of the array can do nothing but append.
+    const bool holdsEnd = array && StreamedArrayAccess::firstIndex(*array) > 0;
     auto* task = new CacheTaskWrite;
-    task->setAppendMode(append);
+    task->setAppendMode(append || holdsEnd);
     task->setDataArrayInfoToWrite(d->registry.fileOf(info), info);
     connect(task, &CacheTaskWrite::signal_writeFinished, this, &CacheManager::onWriteTaskFinished,
             Qt::DirectConnection);
@@ -211,6 +211,7 @@ void CacheManager::onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
     if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
         d->counters.countLoad(StreamedArrayAccess::finishLoad(*array));
     d->finish(dataArrayInfo, [this, dataArrayInfo] {
+        d->background.update();
         if (!isCached(dataArrayInfo))
             return;
         pushToPriorityQueue(dataArrayInfo);
@@ -225,6 +226,7 @@ void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const Q
     d->counters.countError();
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
+        d->background.fail(dataArrayInfo, error);
         Q_EMIT signal_cacheError(error);
     });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <datastorage/arrays/DataType.h>
+#include <datastorage/cache/BackgroundLoads_p.h>
 #include <datastorage/cache/CacheCounters_p.h>
 #include <datastorage/cache/CacheDirectory_p.h>
 #include <datastorage/cache/CacheRegistry_p.h>
@@ -84,6 +85,8 @@ public:
     /// Brings the sample at `index` of `info` into memory, as far as starting that goes. Returns false
     /// when no load can bring it.
     bool startBringing(DataArrayInfoStreamed* info, qint64 index);
+    /// As startBringing() for the first sample, on the main thread and without waiting for anything.
+    bool startBringingSoon(DataArrayInfoStreamed* info);
     /// Whether samples of `info` that are not in memory are to be read from the file one by one, because
     /// the block holds other samples.
     bool isReadFromFile(DataArrayInfoStreamed* info, const DataArrayStreamed& array) const;
@@ -95,6 +98,7 @@ public:
     CacheDirectory directory;
     CompletionRunner runner;
     CacheCounters counters;
+    BackgroundLoads background;
     std::atomic<const DataArrayInfoStreamed*> held{nullptr}; ///< not to be evicted while its content changes
     QString cachePath;
     bool isPerProcess = false; ///< cachePath is the directory of this process alone

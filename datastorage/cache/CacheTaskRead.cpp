@@ -1,11 +1,11 @@
 #include <datastorage/cache/CacheTaskRead.h>
 
 #include <datastorage/cache/CacheFileHeader_p.h>
-#include <datastorage/cache/RegularFile_p.h>
 
 #include <tools/TaskHandOff_p.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QtEndian>
 
 namespace vx::datastorage {
@@ -54,11 +54,13 @@ void CacheTaskRead::run()
 /// Loads the array; returns the text of what went wrong, empty when nothing did.
 QString CacheTaskRead::load()
 {
-    if (!QFile::exists(m_fileName))
+    const QFileInfo place(m_fileName);
+    if (!place.exists())
         return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + m_fileName +
                QLatin1String(" doesn't exists\n");
-    QFile file;
-    if (!openRegularFile(file, m_fileName))
+    QFile file(m_fileName);
+    // Opening a pipe in the file's place would block the thread; a directory is refused with a reason.
+    if (!(place.isFile() || place.isDir()) || !file.open(QIODevice::ReadOnly))
         return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + m_fileName +
                QLatin1String("\nerror : ") + file.errorString();
     if (readCacheFileVersion(file).value_or(0) < CACHE_FILE_VERSION)
