@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 
 namespace vx::datastorage {
@@ -56,18 +58,71 @@ constexpr bool hasSeparator(QStringView text)
 
 /// The one symbol that contains a separator, "s^1/2". It is recognised whole, so that it can be read back.
 constexpr QStringView SYMBOL_WITH_SEPARATOR = findUnitRow(UnitSquareRootSecond)->symbol;
+constexpr qsizetype PLACE_OF_SEPARATOR = 3;
 static_assert(std::ranges::count_if(UNITS, hasSeparator, &UnitRow::symbol) == 1);
-static_assert(hasSeparator(SYMBOL_WITH_SEPARATOR));
+static_assert(isSeparator(SYMBOL_WITH_SEPARATOR[PLACE_OF_SEPARATOR]));
 
-/// Where the symbol that starts at `from` ends: at the next separator or at the end of the text.
-qsizetype findSymbolEnd(QStringView text, qsizetype from)
+/// Whether the separator at `place` belongs to a symbol that starts at `start`.
+bool belongsToSymbol(QStringView text, qsizetype start, qsizetype place)
 {
-    const qsizetype wholeEnd = from + SYMBOL_WITH_SEPARATOR.size();
-    if (text.sliced(from).startsWith(SYMBOL_WITH_SEPARATOR) &&
-        (wholeEnd == text.size() || isSeparator(text[wholeEnd])))
-        return wholeEnd;
-    const auto* const end = std::find_if(text.begin() + from, text.end(), isSeparator);
-    return end - text.begin();
+    if (place - start != PLACE_OF_SEPARATOR || !text.sliced(start).startsWith(SYMBOL_WITH_SEPARATOR))
+        return false;
+    const qsizetype end = start + SYMBOL_WITH_SEPARATOR.size();
+    return end == text.size() || isSeparator(text[end]);
+}
+
+/// A printed unit taken apart: the units and the lengths of its first four symbols, how many symbols there
+/// are in all, and where the last separators stand. A count of 0 stands for a text without symbols or with
+/// an unknown one.
+struct UnitSymbols
+{
+    std::array<UsualUnitType, 4> units{};
+    std::array<qsizetype, 4> lengths{};
+    qsizetype count = 0;
+    qsizetype lastPoint = -1;
+    qsizetype lastSlash = -1;
+
+    void append(UsualUnitType unit, qsizetype length)
+    {
+        if (count < 4) {
+            units[static_cast<std::size_t>(count)] = unit;
+            lengths[static_cast<std::size_t>(count)] = length;
+        }
+        ++count;
+    }
+};
+
+UsualUnitType findUnit(QStringView symbol, std::uint32_t hash)
+{
+    const int row = UNIT_TEXTS.find(symbol, hash);
+    return row < 0 ? UnitUnknown : UNITS[static_cast<std::size_t>(row)].unit;
+}
+
+/// Reads every character once. A separator inside a symbol is not noted: behind it stands no unit that
+/// would need an operator.
+UnitSymbols readSymbols(QStringView text)
+{
+    UnitSymbols symbols;
+    qsizetype start = 0;
+    std::uint32_t hash = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        const bool ends = i == text.size() || (isSeparator(text[i]) && !belongsToSymbol(text, start, i));
+        if (!ends) {
+            hash = UNIT_TEXTS.addToHash(hash, text[i].unicode());
+            continue;
+        }
+        if (i > start) {
+            const UsualUnitType unit = findUnit(text.sliced(start, i - start), hash);
+            if (unit == UnitUnknown)
+                return {};
+            symbols.append(unit, i - start);
+        }
+        if (i < text.size())
+            (text[i] == u'.' ? symbols.lastPoint : symbols.lastSlash) = i;
+        start = i + 1;
+        hash = 0;
+    }
+    return symbols;
 }
 
 /// The operator read from the part of a text that starts at `from`, given the last separators of the text.
@@ -76,37 +131,6 @@ UsualUnitOperator operatorFrom(qsizetype from, qsizetype lastPoint, qsizetype la
     if (lastPoint >= from)
         return OperatorMultiply;
     return lastSlash >= from ? OperatorDivide : OperatorNone;
-}
-
-/// The symbols of a printed unit: the units and lengths of the first four, and how many there are in all. A
-/// count of 0 stands for a text without symbols or with an unknown one.
-struct Symbols
-{
-    std::array<UsualUnitType, 4> units{};
-    std::array<qsizetype, 4> lengths{};
-    qsizetype count = 0;
-};
-
-Symbols readSymbols(QStringView text)
-{
-    Symbols symbols;
-    for (qsizetype position = 0; position < text.size();) {
-        const qsizetype end = findSymbolEnd(text, position);
-        if (end > position) {
-            const int row = UNIT_TEXTS.find(text.sliced(position, end - position));
-            const UsualUnitType unit = row < 0 ? UnitUnknown : UNITS[static_cast<std::size_t>(row)].unit;
-            if (unit == UnitUnknown)
-                return {};
-            if (symbols.count < 4) {
-                const auto place = static_cast<std::size_t>(symbols.count);
-                symbols.units[place] = unit;
-                symbols.lengths[place] = end - position;
-            }
-            ++symbols.count;
-        }
-        position = end + 1;
-    }
-    return symbols;
 }
 
 } // namespace
@@ -148,21 +172,18 @@ UsualUnit Converter::getUsualUnitFromString(const QString& text)
         return UnitNone;
     if (!textsAreKnown.load(std::memory_order_relaxed))
         return {};
-    const Symbols symbols = readSymbols(text);
-    if (symbols.count < 2)
-        return symbols.units[0];
+    const UnitSymbols symbols = readSymbols(text);
     // Each operator is read from what is left of the text once the symbols before it, with one separator
     // each, are cut off.
-    const QStringView view(text);
-    const qsizetype lastPoint = view.lastIndexOf(u'.');
-    const qsizetype lastSlash = view.lastIndexOf(u'/');
+    const auto operatorBehind = [&symbols](qsizetype symbol, qsizetype cut) {
+        return symbols.count > symbol ? operatorFrom(cut, symbols.lastPoint, symbols.lastSlash)
+                                      : OperatorNone;
+    };
     const qsizetype cut = symbols.lengths[0] + 1;
     const qsizetype cut2 = cut + symbols.lengths[1] + 1;
     const auto& units = symbols.units;
-    const auto unitOperator = operatorFrom(0, lastPoint, lastSlash);
-    const auto unitOperator2 = symbols.count > 2 ? operatorFrom(cut, lastPoint, lastSlash) : OperatorNone;
-    const auto unitOperator3 = symbols.count > 3 ? operatorFrom(cut2, lastPoint, lastSlash) : OperatorNone;
-    return {units[0], unitOperator, units[1], unitOperator2, units[2], unitOperator3, units[3]};
+    return {units[0], operatorBehind(1, 0),    units[1], operatorBehind(2, cut),
+            units[2], operatorBehind(3, cut2), units[3]};
 }
 
 bool Converter::containsUsualUnit(const QString& text)

@@ -25,7 +25,7 @@ public:
         for (std::size_t place = 0; place < Count; ++place) {
             m_texts[place] = asStandardView(texts[place]);
             m_longest = std::max(m_longest, m_texts[place].size());
-            std::size_t slot = firstSlot(m_texts[place]);
+            std::size_t slot = firstSlot(hashOf(m_texts[place]));
             while (m_slots[slot] != EMPTY)
                 slot = (slot + 1) % SLOT_COUNT;
             m_slots[slot] = static_cast<std::uint8_t>(place);
@@ -36,13 +36,25 @@ public:
     [[nodiscard]] constexpr int find(QStringView text) const
     {
         const std::u16string_view wanted = asStandardView(text);
-        if (wanted.size() > m_longest)
-            return -1;
-        for (std::size_t slot = firstSlot(wanted); m_slots[slot] != EMPTY; slot = (slot + 1) % SLOT_COUNT) {
+        return wanted.size() > m_longest ? -1 : find(text, hashOf(wanted));
+    }
+
+    /// As find(), for a caller that has passed every character of `text` to addToHash() already, the first
+    /// one with the hash 0.
+    [[nodiscard]] constexpr int find(QStringView text, std::uint32_t hash) const
+    {
+        const std::u16string_view wanted = asStandardView(text);
+        for (std::size_t slot = firstSlot(hash); m_slots[slot] != EMPTY; slot = (slot + 1) % SLOT_COUNT) {
             if (m_texts[m_slots[slot]] == wanted)
                 return m_slots[slot];
         }
         return -1;
+    }
+
+    /// The hash of a text one character longer.
+    [[nodiscard]] static constexpr std::uint32_t addToHash(std::uint32_t hash, char16_t character)
+    {
+        return hash * 31U + character;
     }
 
 private:
@@ -55,13 +67,15 @@ private:
         return {text.utf16(), static_cast<std::size_t>(text.size())};
     }
 
-    static constexpr std::size_t firstSlot(std::u16string_view text)
+    static constexpr std::uint32_t hashOf(std::u16string_view text)
     {
         std::uint32_t hash = 0;
-        for (const char16_t unit : text)
-            hash = hash * 31U + unit;
-        return (hash ^ (hash >> 9U)) % SLOT_COUNT;
+        for (const char16_t character : text)
+            hash = addToHash(hash, character);
+        return hash;
     }
+
+    static constexpr std::size_t firstSlot(std::uint32_t hash) { return (hash ^ (hash >> 9U)) % SLOT_COUNT; }
 
     std::array<std::u16string_view, Count> m_texts{};
     std::array<std::uint8_t, SLOT_COUNT> m_slots{};
