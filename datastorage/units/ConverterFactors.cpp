@@ -13,8 +13,13 @@ namespace {
 
 static_assert(FACTORS.size() == 74);
 // A unit has at most one factor: every row is found again through its unit.
-static_assert(std::ranges::all_of(FACTORS,
-                                  [](const FactorRow& row) { return findFactorRow(row.unit) == &row; }));
+static_assert([] {
+    for (std::size_t place = 0; place < FACTORS.size(); ++place) {
+        if (placeOfFactor(FACTORS[place].unit) != place)
+            return false;
+    }
+    return true;
+}());
 
 constexpr std::array<UsualUnitType, 4> unitsOf(const UsualUnit& unit)
 {

@@ -57,7 +57,7 @@ constexpr bool hasSeparator(QStringView text)
 }
 
 /// The one symbol that contains a separator, "s^1/2". It is recognised whole, so that it can be read back.
-constexpr QStringView SYMBOL_WITH_SEPARATOR = findUnitRow(UnitSquareRootSecond)->symbol;
+constexpr QStringView SYMBOL_WITH_SEPARATOR = UNITS[placeOfUnit(UnitSquareRootSecond)].symbol;
 constexpr qsizetype PLACE_OF_SEPARATOR = 3;
 static_assert(std::ranges::count_if(UNITS, hasSeparator, &UnitRow::symbol) == 1);
 static_assert(isSeparator(SYMBOL_WITH_SEPARATOR[PLACE_OF_SEPARATOR]));

@@ -239,9 +239,8 @@ inline constexpr auto PARAMETER_OF_UNIT_ROW = [] {
 /// The parameter that `unit` measures; ParameterUnknown for a number that names no unit.
 [[nodiscard]] constexpr PhysicalParameter parameterOfUnit(UsualUnitType unit)
 {
-    const UnitRow* row = findUnitRow(unit);
-    return row != nullptr ? PARAMETER_OF_UNIT_ROW[static_cast<std::size_t>(row - UNITS.data())]
-                          : ParameterUnknown;
+    const std::uint8_t place = placeOfUnit(unit);
+    return place == NO_UNIT_ROW ? ParameterUnknown : PARAMETER_OF_UNIT_ROW[place];
 }
 
 // The parameter of a factor is the one that the unit measures, so the unit alone finds its factor.

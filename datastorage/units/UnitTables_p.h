@@ -209,24 +209,32 @@ inline constexpr auto FACTOR_ROW_OF_UNIT_ROW = [] {
     return rows;
 }();
 
+/// The place of `unit` in UNITS; NO_UNIT_ROW for a number that names no unit.
+[[nodiscard]] constexpr std::uint8_t placeOfUnit(UsualUnitType unit)
+{
+    const auto number = static_cast<std::uint32_t>(unit);
+    return number < UNIT_ROW_OF_NUMBER.size() ? UNIT_ROW_OF_NUMBER[number] : NO_UNIT_ROW;
+}
+
+/// The place of `unit` in FACTORS; NO_UNIT_ROW for a unit without factors, such as UnitNone.
+[[nodiscard]] constexpr std::uint8_t placeOfFactor(UsualUnitType unit)
+{
+    const std::uint8_t place = placeOfUnit(unit);
+    return place == NO_UNIT_ROW ? NO_UNIT_ROW : FACTOR_ROW_OF_UNIT_ROW[place];
+}
+
 /// The row of `unit`; null for a number that names no unit.
 [[nodiscard]] constexpr const UnitRow* findUnitRow(UsualUnitType unit)
 {
-    const auto number = static_cast<std::uint32_t>(unit);
-    if (number >= UNIT_ROW_OF_NUMBER.size())
-        return nullptr;
-    const std::uint8_t row = UNIT_ROW_OF_NUMBER[number];
-    return row == NO_UNIT_ROW ? nullptr : &UNITS[row];
+    const std::uint8_t place = placeOfUnit(unit);
+    return place == NO_UNIT_ROW ? nullptr : &UNITS[place];
 }
 
-/// The factor row of `unit`; null for a unit without factors, such as UnitNone.
+/// The factor row of `unit`; null for a unit without factors.
 [[nodiscard]] constexpr const FactorRow* findFactorRow(UsualUnitType unit)
 {
-    const UnitRow* row = findUnitRow(unit);
-    if (row == nullptr)
-        return nullptr;
-    const std::uint8_t factorRow = FACTOR_ROW_OF_UNIT_ROW[static_cast<std::size_t>(row - UNITS.data())];
-    return factorRow == NO_UNIT_ROW ? nullptr : &FACTORS[factorRow];
+    const std::uint8_t place = placeOfFactor(unit);
+    return place == NO_UNIT_ROW ? nullptr : &FACTORS[place];
 }
 
 } // namespace vx::datastorage

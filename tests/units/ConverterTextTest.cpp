@@ -359,8 +359,8 @@ TEST(ConverterLog, SaysWhenTextsBecomeKnownAndUnknown)
     Converter::init();
     Converter::clear();
     qInstallMessageHandler(before);
-    const QPair initialized(QtInfoMsg, QStringLiteral("Converter is initialized"));
-    const QPair cleared(QtInfoMsg, QStringLiteral("Converter is cleared"));
+    const QPair<QtMsgType, QString> initialized(QtInfoMsg, QStringLiteral("Converter is initialized"));
+    const QPair<QtMsgType, QString> cleared(QtInfoMsg, QStringLiteral("Converter is cleared"));
     EXPECT_TRUE((messages == QList{initialized, initialized, cleared}));
 }
 
