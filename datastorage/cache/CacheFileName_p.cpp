@@ -14,6 +14,15 @@ constexpr QLatin1StringView SLASH_TEXT("_slash_");
 constexpr QLatin1StringView SUFFIX(".bmd");
 constexpr std::array<char16_t, 8> SEPARATED_CHARACTERS{u':', u'*', u'?', u'"', u'<', u'>', u'|', u'&'};
 
+/// Whether the file system keeps the name as it is. It would cut one that is too long or holds a NUL,
+/// and could not tell apart texts that are no valid Unicode.
+bool isUsable(const QString& fileName)
+{
+    const QByteArray encoded = QFile::encodeName(fileName);
+    return encoded.size() <= MAXIMUM_FILE_NAME_BYTES && !encoded.contains('\0') &&
+           QFile::decodeName(encoded) == fileName;
+}
+
 qsizetype encodedBytes(const QString& fileName)
 {
     return QFile::encodeName(fileName).size();
@@ -43,6 +52,7 @@ QString hashedFileName(const QString& transformed, const QByteArray& hash)
     QString base = transformed;
     if (base.endsWith(SUFFIX))
         base.chop(SUFFIX.size());
+    base.remove(QChar(u'\0'));
     return beginning(base, MAXIMUM_FILE_NAME_BYTES - tail.size()) + tail;
 }
 
@@ -64,10 +74,10 @@ QString transformedCacheFileName(const QString& key, const QString& name)
 
 QString fittingFileName(const QString& transformed)
 {
-    if (encodedBytes(transformed) <= MAXIMUM_FILE_NAME_BYTES)
+    if (isUsable(transformed))
         return transformed;
     return hashedFileName(transformed,
-                          QCryptographicHash::hash(transformed.toUtf8(), QCryptographicHash::Sha1));
+                          QCryptographicHash::hash(rawBytes(transformed), QCryptographicHash::Sha1));
 }
 
 QString distinctFileName(const QString& transformed, const QString& key, const QString& name, int attempt)

@@ -16,9 +16,10 @@ QString transformCachePathToFileName(const QString& path);
 /// The transformed text of key, "__", name and ".bmd", of any length.
 QString transformedCacheFileName(const QString& key, const QString& name);
 
-/// `transformed` itself when the file system takes it as a name. A longer one is cut at a character
-/// and ends in "__", the SHA-1 of the whole text in hexadecimal and ".bmd": the same text gives the
-/// same name, different texts give different ones.
+/// `transformed` itself when the file system takes it as a name and gives the same name back. One that
+/// is too long, holds a NUL or is no valid Unicode is cut at a character and ends in "__", the SHA-1 of
+/// the whole text (its 16-bit units in memory) in hexadecimal and ".bmd": the same text gives the same
+/// name, different texts give different ones.
 QString fittingFileName(const QString& transformed);
 
 /// A name of its own for (key, name) when the file name of its transformed text is taken by another

@@ -15,6 +15,20 @@ namespace vx::datastorage {
 
 #if defined(Q_OS_UNIX)
 
+namespace {
+
+/// Leaves the file's error text as a plain open by its path does. Only for a path whose opening fails or
+/// cannot block.
+bool failAsPlainOpen(QFile& file, const QString& path)
+{
+    file.setFileName(path);
+    if (file.open(QIODevice::ReadOnly))
+        file.close();
+    return false;
+}
+
+} // namespace
+
 bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
 {
     file.close();
@@ -27,14 +41,15 @@ bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode optio
             ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     } while (descriptor == -1 && errno == EINTR);
     if (descriptor == -1)
-        return false;
+        return failAsPlainOpen(file, path);
     struct stat status
     {};
-    const bool regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    if (regular && file.open(descriptor, QIODevice::ReadOnly | options, QFileDevice::AutoCloseHandle))
+    const bool isKnown = ::fstat(descriptor, &status) == 0;
+    if (isKnown && S_ISREG(status.st_mode) &&
+        file.open(descriptor, QIODevice::ReadOnly | options, QFileDevice::AutoCloseHandle))
         return true;
     ::close(descriptor);
-    return false;
+    return isKnown && S_ISDIR(status.st_mode) && failAsPlainOpen(file, path);
 }
 
 #else

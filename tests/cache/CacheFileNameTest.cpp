@@ -19,6 +19,12 @@ namespace {
 
 constexpr qsizetype HASH_TAIL_CHARACTERS = 2 + 40 + 4; // "__", forty digits, ".bmd"
 
+/// The 16-bit units of a text, as they stand in memory.
+QByteArray unitsOf(const QString& text)
+{
+    return {reinterpret_cast<const char*>(text.utf16()), text.size() * 2};
+}
+
 struct PathCase
 {
     const char* label;
@@ -113,7 +119,7 @@ TEST_P(FittingFileName, ShortensTheFirstNameThatDoesNotFit)
     const QString fitting = fittingFileName(name);
     EXPECT_LE(fitting.toUtf8().size(), 255);
     EXPECT_GT(fitting.toUtf8().size(), 255 - 4); // no room left for another character
-    const QByteArray hash = QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Sha1).toHex();
+    const QByteArray hash = QCryptographicHash::hash(unitsOf(name), QCryptographicHash::Sha1).toHex();
     EXPECT_TRUE(fitting.endsWith("__" + hash + ".bmd")) << fitting.toStdString();
 }
 
@@ -161,6 +167,29 @@ TEST(FittingFileNameLimit, HoldsForTextThatIsNoUnicode)
     const QString fitting = fittingFileName(name);
     EXPECT_LE(fitting.toUtf8().size(), 255);
     EXPECT_TRUE(fitting.endsWith(".bmd"));
+}
+
+TEST(FittingFileNameLimit, GivesTextsThatAreNoUnicodeNamesOfTheirOwn)
+{
+    std::set<QByteArray> names;
+    for (const char16_t unit : {u'\xD800', u'\xD801', u'\xDBFF', u'\xDC00', u'\xDFFF'})
+        names.insert(QFile::encodeName(fittingFileName("a" + QString(QChar(unit)) + ".bmd")));
+    EXPECT_EQ(names.size(), 5U);
+}
+
+TEST(FittingFileNameLimit, GivesTextsWithANulNamesOfTheirOwn)
+{
+    const QString nul(QChar(u'\0'));
+    std::set<QString> names;
+    for (const QString& text :
+         {"a" + nul + "b.bmd", "a" + nul + "c.bmd", "ab" + nul + ".bmd", nul + "ab.bmd"}) {
+        const QString name = fittingFileName(text);
+        EXPECT_FALSE(name.contains(nul));
+        EXPECT_EQ(name.left(1), "a");
+        names.insert(name);
+    }
+    EXPECT_EQ(names.size(), 4U);
+    EXPECT_FALSE(distinctFileName("a" + nul + "b.bmd", "k", "n").contains(nul));
 }
 
 TEST(DistinctFileName, KeepsTheTextBeforeAHashOfThePair)
