@@ -19,6 +19,9 @@ fail() {
 }
 have() { command -v "$1" >/dev/null 2>&1; }
 
+# The one version number, from project(VERSION).
+project_version() { sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' "$root/CMakeLists.txt" | head -1; }
+
 # install_deps PROFILE...: see scripts/install-deps.sh
 install_deps() { "$root/scripts/install-deps.sh" "$@"; }
 

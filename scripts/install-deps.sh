@@ -15,10 +15,11 @@ packages_of() {
     mingw) echo g++-mingw-w64-x86-64 ;;
     package) echo git pkgconf qmake6 make binutils clang ;;
     coverage) echo gcovr ;;
-    docs) echo doxygen graphviz qt6-tools-dev-tools ;;
+    docs) echo doxygen ;;
+    debian) echo debhelper dpkg-dev fakeroot libgmock-dev libgtest-dev lintian ;;
     root) echo debootstrap ;;
     *)
-        echo "error: unknown profile $1; there are build, test, lint, mingw, package, coverage, docs, root" >&2
+        echo "error: unknown profile $1; there are build, test, lint, mingw, package, coverage, docs, debian, root" >&2
         exit 2
         ;;
     esac

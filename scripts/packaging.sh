@@ -9,7 +9,7 @@ work=$root/build/packaging
 rm -rf "$work"
 mkdir -p "$work"
 quickstart=$root/examples/quickstart
-version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt | head -1)
+version=$(project_version)
 [ -n "$version" ] || fail "no version found in CMakeLists.txt"
 launcher=()
 ! have ccache || launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)

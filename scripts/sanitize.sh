@@ -37,19 +37,18 @@ fi
 
 # run_one PROGRAM: one line when it passes, everything it printed when it does not.
 run_one() {
-    local log=$1.$preset.log status=0
-    timeout 900 "$1" --gtest_shuffle --gtest_brief=1 </dev/null >"$log" 2>&1 || status=$?
+    local log=$1.$preset.log status=0 seed=$((RANDOM % 99999 + 1))
+    timeout 900 "$1" --gtest_shuffle --gtest_random_seed=$seed --gtest_brief=1 </dev/null >"$log" 2>&1 || status=$?
     # A finding in a process that a test started (the program, say) shows in its output alone.
     if [ $status -eq 0 ] && grep -qE 'ERROR: (Address|Leak)Sanitizer|WARNING: ThreadSanitizer|runtime error:' "$log"; then
         status=99
     fi
     if [ $status -ne 0 ]; then
-        printf 'FAILED (%d) %s\n' "$status" "$1"
+        printf 'FAILED (%d) %s --gtest_shuffle --gtest_random_seed=%d\n' "$status" "$1" $seed
         head -c 60000 "$log"
         return 1
     fi
-    printf 'ok  %-40s %s  %s\n' "${1##*/}" "$(sed -n 's/^\[==========\] \(.*\)$/\1/p' "$log" | tail -1)" \
-        "$(sed -n 's/^Note: Randomizing.*with a seed of \([0-9]*\).*/seed \1/p' "$log")"
+    printf 'ok  %-30s seed %-6s %s\n' "${1##*/}" $seed "$(sed -n 's/^\[==========\] \(.*\)$/\1/p' "$log" | tail -1)"
 }
 export -f run_one
 export preset
