@@ -21,6 +21,8 @@ build "$preset"
 
 export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1:check_initialization_order=1:strict_init_order=1:allocator_may_return_null=1${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}"
+# Qt's own event dispatcher instead of GLib's, into which the thread sanitizer cannot see either.
+export QT_NO_GLIB=1
 export TSAN_OPTIONS="suppressions=$root/tests/support/tsan.supp:second_deadlock_stack=1:history_size=4${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
 
 list=build/$preset/test-programs.txt

@@ -1,5 +1,6 @@
 #include <datastorage/arrays/DataArrayStreamed.h>
 
+#include <support/EventProbe.h>
 #include <support/FaultyDevice.h>
 #include <support/OpenStreamedArray.h>
 #include <support/ReaderThread.h>
@@ -228,9 +229,9 @@ TEST_P(DataArrayStreamedGetter, KeepsItsThreadsEventsFlowingAfterAnError)
 {
     LoadingArray array;
     Signal ready;
-    QObject* receiver = nullptr;
+    EventProbe* receiver = nullptr;
     ReaderThread<std::int32_t> reader([&] {
-        QObject here;
+        EventProbe here;
         receiver = &here;
         ready.give();
         return GetParam().get(array, 0);
@@ -239,10 +240,7 @@ TEST_P(DataArrayStreamedGetter, KeepsItsThreadsEventsFlowingAfterAnError)
     ASSERT_TRUE(reader.awaitBlocked());
     array.setReadWriteError(true);
     for (int i = 0; i < 3; ++i) {
-        Signal handled;
-        QMetaObject::invokeMethod(
-            receiver, [&handled] { handled.give(); }, Qt::QueuedConnection);
-        ASSERT_TRUE(handled.take()) << "event " << i << " of the waiting thread is not handled";
+        ASSERT_TRUE(receiver->passes()) << "event " << i << " of the waiting thread is not handled";
         EXPECT_FALSE(reader.hasReturned());
     }
     array.setReadWriteError(false);
@@ -255,18 +253,15 @@ TEST_P(DataArrayStreamedGetter, WaitsInItsEventsWhenTheErrorWasThereBefore)
     LoadingArray array;
     array.setReadWriteError(true);
     Signal ready;
-    QObject* receiver = nullptr;
+    EventProbe* receiver = nullptr;
     ReaderThread<std::int32_t> reader([&] {
-        QObject here;
+        EventProbe here;
         receiver = &here;
         ready.give();
         return GetParam().get(array, 0);
     });
     ASSERT_TRUE(ready.take());
-    Signal handled;
-    QMetaObject::invokeMethod(
-        receiver, [&handled] { handled.give(); }, Qt::QueuedConnection);
-    ASSERT_TRUE(handled.take());
+    ASSERT_TRUE(receiver->passes());
     EXPECT_FALSE(reader.hasReturned());
     array.setReadWriteError(false);
     EXPECT_TRUE(reader.awaitReturned());
@@ -277,19 +272,16 @@ TEST_P(DataArrayStreamedGetter, FindsItsSampleWhenTheErrorWasRepaired)
     BytesDevice device(bodyBytes(sequence(10, 100)));
     LoadingArray array;
     Signal ready;
-    QObject* receiver = nullptr;
+    EventProbe* receiver = nullptr;
     ReaderThread<std::int32_t> reader([&] {
-        QObject here;
+        EventProbe here;
         receiver = &here;
         ready.give();
         return GetParam().get(array, 9);
     });
     ASSERT_TRUE(ready.take());
     array.setReadWriteError(true);
-    Signal handled;
-    QMetaObject::invokeMethod(
-        receiver, [&handled] { handled.give(); }, Qt::QueuedConnection);
-    ASSERT_TRUE(handled.take());
+    ASSERT_TRUE(receiver->passes());
     ASSERT_TRUE(array.readFromDiskStream(device));
     EXPECT_FALSE(reader.hasReturned()) << "the error is still flagged";
     array.setReadWriteError(false);
@@ -303,12 +295,12 @@ TEST(DataArrayStreamedLoading, AnErrorReleasesEveryReader)
 {
     constexpr std::size_t readerCount = 5;
     LoadingArray array;
-    std::array<QObject*, readerCount> receivers{};
+    std::array<EventProbe*, readerCount> receivers{};
     std::array<Signal, readerCount> ready;
     std::vector<std::unique_ptr<Reader>> readers;
     for (std::size_t i = 0; i < readerCount; ++i) {
         readers.push_back(std::make_unique<Reader>([&, i] {
-            QObject here;
+            EventProbe here;
             receivers.at(i) = &here;
             ready.at(i).give();
             return bitsOf(array.getSampleWhileReading(static_cast<qint64>(i)));
@@ -317,11 +309,8 @@ TEST(DataArrayStreamedLoading, AnErrorReleasesEveryReader)
         ASSERT_TRUE(readers.back()->awaitBlocked());
     }
     array.setReadWriteError(true);
-    for (QObject* receiver : receivers) {
-        Signal handled;
-        QMetaObject::invokeMethod(
-            receiver, [&handled] { handled.give(); }, Qt::QueuedConnection);
-        ASSERT_TRUE(handled.take());
+    for (EventProbe* receiver : receivers) {
+        ASSERT_TRUE(receiver->passes());
     }
     array.setReadWriteError(false);
     for (const auto& reader : readers) {

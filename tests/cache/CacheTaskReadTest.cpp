@@ -12,6 +12,8 @@
 #include <type_traits>
 #include <vector>
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 using namespace vx::datastorage;
@@ -255,9 +257,7 @@ TEST_F(ReadTask, SpeaksOnTheThreadThatRunsIt)
     TaskRecorder recorder;
     recorder.listen(task);
     task.setDataArrayInfoToRead(path, &array);
-    task.setAutoDelete(false);
-    QThreadPool::globalInstance()->start(&task);
-    ASSERT_TRUE(QThreadPool::globalInstance()->waitForDone(TEST_PATIENCE_MILLISECONDS));
+    std::thread([&task] { task.run(); }).join();
     ASSERT_EQ(recorder.threads().size(), 1U);
     EXPECT_NE(recorder.threads().front(), QThread::currentThread());
 }

@@ -14,6 +14,8 @@
 #include <type_traits>
 #include <vector>
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 using namespace vx::datastorage;
@@ -486,9 +488,7 @@ TEST_F(WriteTask, SpeaksOnTheThreadThatRunsIt)
     TaskRecorder recorder;
     recorder.listen(task);
     task.setDataArrayInfoToWrite(path(), &array);
-    task.setAutoDelete(false);
-    QThreadPool::globalInstance()->start(&task);
-    ASSERT_TRUE(QThreadPool::globalInstance()->waitForDone(TEST_PATIENCE_MILLISECONDS));
+    std::thread([&task] { task.run(); }).join();
     ASSERT_EQ(recorder.threads().size(), 1U);
     EXPECT_NE(recorder.threads().front(), QThread::currentThread());
 }
