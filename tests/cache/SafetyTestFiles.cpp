@@ -1,0 +1,515 @@
+#include <support/CacheFixture.h>
+#include <support/Faults.h>
+#include <support/ReaderThread.h>
+#include <support/TaskRecorder.h>
+
+#include <archive/ArchiveContext.h>
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QSet>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+using namespace vx::datastorage;
+
+namespace {
+
+using Samples = std::vector<std::int32_t>;
+
+constexpr int LARGE = 500000;
+
+} // namespace
+
+class FileSafety : public CacheFixture
+{
+protected:
+    /// Clears the error of an array as soon as it is reported, so that its readers go on.
+    void forgive(Array& array)
+    {
+        m_forgiving.push_back(QObject::connect(&cache(), &CacheManager::signal_cacheError,
+                                               [&array](const QString&) { array.setReadWriteError(false); }));
+    }
+
+    void TearDown() override
+    {
+        for (const QMetaObject::Connection& connection : m_forgiving) {
+            QObject::disconnect(connection);
+        }
+        CacheFixture::TearDown();
+    }
+
+    static void expectFile(Array& array, const Samples& samples, const QString& key = KEY)
+    {
+        cache().awaitTaskFinished(&array);
+        EXPECT_EQ(bytesOf(array, key), cacheFileBytes(samples));
+        evict(array);
+        EXPECT_EQ(samplesOf(array), samples);
+    }
+
+private:
+    std::vector<QMetaObject::Connection> m_forgiving;
+};
+
+// ---- what may stand in the place of a cache file
+
+TEST_F(FileSafety, APipeInPlaceOfTheFileIsAReadError)
+{
+    Array& array = make("A");
+    const QString path = pathOf("pipe");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0666), 0);
+    TaskRecorder recorder;
+    ReaderThread<int> reader([&] {
+        CacheTaskRead task;
+        recorder.listen(task);
+        task.setDataArrayInfoToRead(path, &array);
+        task.run();
+        return 1;
+    });
+    ASSERT_TRUE(reader.awaitReturned());
+    ASSERT_EQ(recorder.emissions().size(), 1U);
+    EXPECT_EQ(recorder.emissions()[0].signalName, QString("signal_readError"));
+    EXPECT_TRUE(array.isInError());
+}
+
+TEST_F(FileSafety, APipeInPlaceOfTheFileIsAWriteError)
+{
+    Array& array = make("A");
+    add(array, {1, 2, 3});
+    const QString path = pathOf("pipe");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0666), 0);
+    TaskRecorder recorder;
+    ReaderThread<int> writer([&] {
+        CacheTaskWrite task;
+        recorder.listen(task);
+        task.setDataArrayInfoToWrite(path, &array);
+        task.run();
+        return 1;
+    });
+    ASSERT_TRUE(writer.awaitReturned());
+    ASSERT_EQ(recorder.emissions().size(), 1U);
+    EXPECT_EQ(recorder.emissions()[0].array, &array);
+    EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3}));
+}
+
+TEST_F(FileSafety, APipeInPlaceOfTheFileCannotBeMapped)
+{
+    Array& array = make("A");
+    cache().loadDataArrayInfoToCache(KEY, &array);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fileOf(array)).constData(), 0666), 0);
+    ReaderThread<std::int32_t> reader([&] { return bitsOf(cache().getSampleDirect(&array, 0)); });
+    ASSERT_TRUE(reader.awaitReturned());
+    EXPECT_EQ(reader.result(), 0);
+    EXPECT_TRUE(array.isInError());
+    array.setReadWriteError(false);
+}
+
+TEST_F(FileSafety, AMappedFileThatShrinksReadsAsNan)
+{
+    Array& array = store("A", sequence(LARGE, 1));
+    ASSERT_EQ(bitsOf(cache().getSampleDirect(&array, LARGE - 1)), LARGE);
+    ASSERT_TRUE(QFile::resize(fileOf(array), 16));
+    EXPECT_EQ(bitsOf(cache().getSampleDirect(&array, LARGE - 1)), NAN_PATTERN);
+    EXPECT_EQ(bitsOf(cache().getSampleDirect(&array, LARGE / 2)), NAN_PATTERN);
+}
+
+TEST_F(FileSafety, AFileThatShrinksWhileItIsLoadedShowsNoForeignValue)
+{
+    constexpr int count = 4 * 1024 * 1024;
+    for (int round = 0; round < 5; ++round) {
+        SCOPED_TRACE(round);
+        Array& array = store(QString("A%1").arg(round), sequence(count));
+        evict(array);
+        const QString path = fileOf(array);
+        cache().readDataArrayFromDisk(&array);
+        ASSERT_TRUE(QFile::resize(path, 16 + 1024 * 1024 * round));
+        cache().awaitTaskFinished(&array);
+        array.setReadWriteError(false);
+        const int loaded = array.getSizeLoadedInMemory();
+        ASSERT_LE(loaded, count);
+        for (int i = 0; i < loaded; ++i) {
+            const std::int32_t sample = bitsOf(array.getSample(i));
+            ASSERT_TRUE(sample == i || sample == NAN_PATTERN) << "sample " << i << " reads " << sample;
+        }
+    }
+}
+
+TEST_F(FileSafety, AFileThatVanishesIsAnErrorAndTheRestGoesOn)
+{
+    Array& array = store("A", {1, 2, 3});
+    Array& other = store("B", {4});
+    evict(array);
+    evict(other);
+    ASSERT_TRUE(QFile::remove(fileOf(array)));
+    forgive(array);
+    EXPECT_EQ(bitsOf(array.getSample(1)), NAN_PATTERN);
+    EXPECT_EQ(errors().size(), 1);
+    EXPECT_EQ(bitsOf(other.getSample(0)), 4);
+}
+
+// ---- stale files
+
+TEST_F(FileSafety, AFileFromBeforeNeverBecomesTheStartOfANewArray)
+{
+    Array& array = make("A");
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileBytes({9, 9, 9, 9, 9})));
+    fill(array, {1, 2});
+    expectFile(array, {1, 2});
+}
+
+TEST_F(FileSafety, ALongerArrayReplacesAFileFromBeforeToo)
+{
+    Array& array = make("A");
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileBytes({9, 9})));
+    fill(array, {1, 2, 3, 4});
+    expectFile(array, {1, 2, 3, 4});
+}
+
+TEST_F(FileSafety, AnAppendOfANewArrayReplacesAFileFromBefore)
+{
+    Array& array = make("A");
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileBytes({9, 9, 9})));
+    add(array, {1, 2});
+    cache().appendDataArray(&array, KEY);
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(bytesOf(array), cacheFileBytes({1, 2}));
+}
+
+TEST_F(FileSafety, AFileLeftByRemoveAllIsReplaced)
+{
+    Array& old = store("A", {9, 9, 9});
+    const QString path = fileOf(old);
+    cache().removeAll();
+    ASSERT_TRUE(QFile::exists(path));
+    Array& array = make("A");
+    fill(array, {1, 2});
+    expectFile(array, {1, 2});
+}
+
+TEST_F(FileSafety, AFilePutInPlaceForADocumentIsKept)
+{
+    Array& array = make("before");
+    ASSERT_TRUE(writeFile(pathOf("saved"), cacheFileBytes({5, 6, 7})));
+    Array& named = make("A");
+    ASSERT_TRUE(QFile::copy(pathOf("saved"), fileOf(named)));
+    vx::archive::ArchiveContext context;
+    context.dataSourcePath = KEY;
+    ASSERT_TRUE(
+        array.read(QJsonObject{{"name", "A"}, {"dataArray", QJsonObject{{"realSize", "3"}}}}, 1, context));
+    EXPECT_EQ(samplesOf(array), (Samples{5, 6, 7}));
+    array.startAddingData();
+    add(array, {8});
+    array.endAddingData(KEY);
+    expectFile(array, {5, 6, 7, 8});
+}
+
+// ---- the directory
+
+TEST_F(FileSafety, TheDirectoryOfAProcessIsItsOwnersOnly)
+{
+    const mode_t previous = ::umask(0);
+    cache().setDefaultCachePath(pathOf("cache"), true);
+    const bool made = cache().checkDefaultCacheDirectory();
+    ::umask(previous);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(permissionsOf(cache().getDefaultCachePath()), 0700);
+    EXPECT_TRUE(cache().removeCacheDirectory());
+}
+
+TEST_F(FileSafety, ALinkIsNotTakenForTheDirectoryOfTheProcess)
+{
+    ASSERT_TRUE(QDir().mkpath(pathOf("elsewhere")));
+    ASSERT_TRUE(QDir().mkpath(pathOf("cache")));
+    cache().setDefaultCachePath(pathOf("cache"), true);
+    QString link = cache().getDefaultCachePath();
+    link.chop(1);
+    ASSERT_TRUE(QFile::link(pathOf("elsewhere"), link));
+    EXPECT_FALSE(cache().checkDefaultCacheDirectory());
+    EXPECT_TRUE(QFile::remove(link));
+}
+
+// ---- a full disk
+
+TEST_F(FileSafety, AFillOnAFullDiskKeepsTheSamplesAndIsReportedOnce)
+{
+    Array& array = make("A");
+    {
+        const FullDisk full(4096);
+        fill(array, sequence(LARGE));
+        cache().awaitTaskFinished(&array);
+    }
+    processEvents();
+    EXPECT_EQ(errors().size(), 1);
+    EXPECT_TRUE(array.isInError());
+    array.setReadWriteError(false);
+    EXPECT_EQ(array.getSizeLoadedInMemory(), LARGE);
+    EXPECT_TRUE(cache().writeDataArrayToDisk(&array));
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(errors().size(), 1);
+    expectFile(array, sequence(LARGE));
+}
+
+TEST_F(FileSafety, AnUpdateOnAFullDiskKeepsTheSamplesAndCanBeRetried)
+{
+    Array& array = store("A", {1, 2, 3});
+    add(array, sequence(LARGE, 4));
+    {
+        const FullDisk full(4096);
+        cache().writeDataArrayToDisk(&array);
+        cache().awaitTaskFinished(&array);
+    }
+    processEvents();
+    EXPECT_EQ(errors().size(), 1);
+    array.setReadWriteError(false);
+    EXPECT_EQ(array.getSizeLoadedInMemory(), LARGE + 3);
+    cache().writeDataArrayToDisk(&array);
+    expectFile(array, sequence(LARGE + 3, 1));
+}
+
+TEST_F(FileSafety, AnAppendOnAFullDiskDropsNothingAndCanBeRetried)
+{
+    for (const int count : {3, LARGE}) {
+        SCOPED_TRACE(count);
+        Array& array = store(QString("A%1").arg(count), {1, 2, 3});
+        cache().prepareAppendDataArray(&array);
+        add(array, sequence(count, 4));
+        const qsizetype before = errors().size();
+        {
+            const FullDisk full(30);
+            cache().appendDataArray(&array, KEY);
+            cache().awaitTaskFinished(&array);
+        }
+        processEvents();
+        EXPECT_EQ(errors().size(), before + 1);
+        EXPECT_TRUE(array.isInError());
+        array.setReadWriteError(false);
+        EXPECT_EQ(array.getSizeLoadedInMemory(), count) << "the new samples stay";
+        EXPECT_EQ(array.getSize(), count + 3);
+        cache().writeDataArrayToDisk(&array);
+        expectFile(array, sequence(count + 3, 1));
+    }
+}
+
+TEST_F(FileSafety, OtherArraysGoOnWhileTheDiskIsFull)
+{
+    Array& small = store("small", {1, 2, 3});
+    evict(small);
+    Array& array = make("A");
+    const FullDisk full(4096);
+    fill(array, sequence(LARGE));
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(samplesOf(small), (Samples{1, 2, 3}));
+    fill(small, {4});
+    cache().awaitTaskFinished(&small);
+    EXPECT_EQ(bytesOf(small), cacheFileBytes({1, 2, 3, 4}));
+    EXPECT_EQ(errors().size(), 1);
+}
+
+TEST_F(FileSafety, ADirectoryThatVanishedIsAnErrorThatCanBeRepaired)
+{
+    Array& array = store("A", {1, 2, 3});
+    ASSERT_TRUE(cache().removeCacheDirectory());
+    add(array, {4});
+    cache().writeDataArrayToDisk(&array);
+    cache().awaitTaskFinished(&array);
+    if (!errors().isEmpty()) {
+        EXPECT_EQ(errors().size(), 1);
+        EXPECT_TRUE(array.isInError());
+        array.setReadWriteError(false);
+        ASSERT_TRUE(cache().checkDefaultCacheDirectory());
+        cache().writeDataArrayToDisk(&array);
+    }
+    expectFile(array, {1, 2, 3, 4});
+}
+
+// ---- brackets over faults
+
+TEST_F(FileSafety, ABracketOverAFailedReloadKeepsTheFile)
+{
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    const QString path = fileOf(array);
+    const QByteArray whole = readFile(path);
+    ASSERT_TRUE(writeFile(path, whole.left(whole.size() - 4))); // the reload fails
+    forgive(array);
+    array.startAddingData();
+    EXPECT_EQ(readFile(path), whole.left(whole.size() - 4)) << "the only copy";
+    EXPECT_GE(errors().size(), 1);
+    ASSERT_TRUE(writeFile(path, whole)); // and the file comes back, from a backup
+    add(array, {4});
+    array.endAddingData(KEY);
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(readFile(path).left(28), (cacheFileHeader() + countBytes(4) + sampleBytes({1, 2, 3})));
+}
+
+TEST_F(FileSafety, ABracketOverAMissingFileStillTakesSamples)
+{
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    ASSERT_TRUE(QFile::remove(fileOf(array)));
+    forgive(array);
+    array.startAddingData();
+    add(array, {4});
+    array.endAddingData(KEY);
+    cache().awaitTaskFinished(&array);
+    processEvents();
+    EXPECT_TRUE(cache().isCached(&array));
+    EXPECT_GE(errors().size(), 1);
+}
+
+// ---- names
+
+struct NamePair
+{
+    const char* label;
+    const char* firstKey;
+    const char* firstName;
+    const char* secondKey;
+    const char* secondName;
+};
+
+const NamePair SAME_NAMES[] = {
+    {"Joint", "a__b", "c", "a", "b__c"},         {"Colon", "a:b", "A", "a__b", "A"},
+    {"Slash", "a/b", "A", "a_slash_b", "A"},     {"SpecialCharacters", "a*b", "A", "a?b", "A"},
+    {"InTheName", "k", "U/V", "k", "U_slash_V"},
+};
+
+class FileNameSafety : public FileSafety, public ::testing::WithParamInterface<NamePair>
+{};
+
+TEST_P(FileNameSafety, PairsWhoseNamesBecomeEqualShareNoFile)
+{
+    Array& first = store(GetParam().firstName, {1, 2, 3}, GetParam().firstKey);
+    Array& second = store(GetParam().secondName, {4, 5}, GetParam().secondKey);
+    evict(first);
+    evict(second);
+    EXPECT_EQ(samplesOf(first), (Samples{1, 2, 3}));
+    EXPECT_EQ(samplesOf(second), (Samples{4, 5}));
+    EXPECT_EQ(bitsOf(cache().getSampleDirect(&first, 0)), 1);
+    EXPECT_EQ(bitsOf(cache().getSampleDirect(&second, 0)), 4);
+    evict(second);
+    destroy(first);
+    EXPECT_EQ(samplesOf(second), (Samples{4, 5})) << "the file went with the other array";
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_P(FileNameSafety, TheListNamesTheFileOfEach)
+{
+    Array& first = store(GetParam().firstName, {1, 2, 3}, GetParam().firstKey);
+    Array& second = store(GetParam().secondName, {4, 5}, GetParam().secondKey);
+    evict(first);
+    evict(second);
+    QStringList files = cache().getDataSourceFileCacheList(GetParam().firstKey, "");
+    if (QString(GetParam().firstKey) != GetParam().secondKey) {
+        files += cache().getDataSourceFileCacheList(GetParam().secondKey, "");
+    }
+    ASSERT_EQ(files.size(), 2);
+    EXPECT_NE(files[0], files[1]);
+    const QSet<QByteArray> contents{readFile(files[0]), readFile(files[1])};
+    EXPECT_EQ(contents, (QSet<QByteArray>{cacheFileBytes({1, 2, 3}), cacheFileBytes({4, 5})}));
+}
+
+TEST_P(FileNameSafety, ANewKeyThatMeetsAnothersNameTakesNoFile)
+{
+    Array& first = store(GetParam().firstName, {1, 2, 3}, GetParam().firstKey);
+    Array& second = store(GetParam().secondName, {4, 5}, "elsewhere");
+    EXPECT_TRUE(cache().updateDataCachePath(GetParam().secondKey, &second));
+    evict(first);
+    evict(second);
+    EXPECT_EQ(samplesOf(first), (Samples{1, 2, 3}));
+    EXPECT_EQ(samplesOf(second), (Samples{4, 5}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, FileNameSafety, ::testing::ValuesIn(SAME_NAMES),
+                         [](const auto& row) { return std::string(row.param.label); });
+
+TEST_F(FileSafety, ANameBeyondTheLimitOfTheFileSystemWorks)
+{
+    const QStringList keys{QString("C:/") + QString("directory/").repeated(40) + "run1.dat",
+                           QString("C:/") + QString("directory/").repeated(40) + "run2.dat",
+                           QString("Größe/").repeated(60), QString("x").repeated(5000)};
+    std::vector<Array*> arrays;
+    for (int i = 0; i < keys.size(); ++i) {
+        arrays.push_back(&store("A", {i, i + 1}, keys[i]));
+        EXPECT_LE(QFile::encodeName(QFileInfo(fileOf(*arrays.back(), keys[i])).fileName()).size(), 255);
+        EXPECT_TRUE(hasFile(*arrays.back(), keys[i]));
+        evict(*arrays.back());
+    }
+    for (int i = 0; i < keys.size(); ++i) {
+        EXPECT_EQ(samplesOf(*arrays[static_cast<std::size_t>(i)]), (Samples{i, i + 1}));
+    }
+    arrays[0]->startAddingData();
+    add(*arrays[0], {2});
+    arrays[0]->endAddingData(keys[0]);
+    expectFile(*arrays[0], {0, 1, 2}, keys[0]);
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_F(FileSafety, NamesUpToTheLimitStayAsTheyAre)
+{
+    Array& array = make("A");
+    const QString key(255 - 7, 'k'); // and "__A.bmd"
+    EXPECT_EQ(fileOf(array, key), cache().getDefaultCachePath() + key + "__A.bmd");
+    fill(array, {1}, key);
+    expectFile(array, {1}, key);
+}
+
+// ---- memory
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+namespace {
+
+/// While it lives, the process gets no more than some more bytes of memory.
+class LittleMemory
+{
+public:
+    explicit LittleMemory(rlim_t more)
+    {
+        ::getrlimit(RLIMIT_AS, &m_previous);
+        const QByteArray pages = readFile("/proc/self/statm").split(' ').first();
+        rlimit limit = m_previous;
+        limit.rlim_cur =
+            static_cast<rlim_t>(pages.toULongLong()) * static_cast<rlim_t>(::getpagesize()) + more;
+        ::setrlimit(RLIMIT_AS, &limit);
+    }
+    ~LittleMemory() { ::setrlimit(RLIMIT_AS, &m_previous); }
+    LittleMemory(const LittleMemory&) = delete;
+    LittleMemory& operator=(const LittleMemory&) = delete;
+
+private:
+    rlimit m_previous{};
+};
+
+constexpr rlim_t SPARE = 48U * 1024U * 1024U;
+constexpr int TOO_MANY = 40000000; // 160 MB
+
+} // namespace
+
+TEST_F(FileSafety, FillingBeyondTheMemoryIsAnErrorOnTheArray)
+{
+    Array& array = make("A");
+    {
+        const LittleMemory little(SPARE);
+        while (!array.isInError() && array.getSizeLoadedInMemory() < TOO_MANY) {
+            array.addSampleInt(array.getSizeLoadedInMemory());
+        }
+        for (int i = 0; i < 100; ++i) {
+            array.addSampleInt(i); // there is still no room
+        }
+    }
+    EXPECT_TRUE(array.isInError());
+    array.setReadWriteError(false);
+    const int held = array.getSizeLoadedInMemory();
+    EXPECT_LT(held, TOO_MANY);
+    for (int i = 0; i < held; i += 1000) {
+        ASSERT_EQ(bitsOf(array.getSample(i)), i);
+    }
+}
+
+#endif
