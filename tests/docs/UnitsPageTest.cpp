@@ -1,5 +1,7 @@
 #include <datastorage/units/Converter.h>
 
+#include <docs/DocsPage.h>
+
 #include <QtCore/QFile>
 #include <QtCore/QStringList>
 
@@ -14,12 +16,6 @@ namespace {
 
 const QString begin = "<!-- parameters: begin -->\n";
 const QString end = "<!-- parameters: end -->\n";
-
-QString readPage(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 QString symbolOf(UsualUnitOperator unitOperator)
 {
@@ -77,8 +73,7 @@ QString parameterTable()
 /// With the environment variable VXDATASTORAGE_WRITE_DOCS the page is written instead, see scripts/docs.sh.
 TEST(UnitsPage, ListsTheParametersAsTheLibraryHasThem)
 {
-    const QString path = VXDATASTORAGE_DOCS_DIR "/units.md";
-    QString page = readPage(path);
+    QString page = readPage("units.md");
     const qsizetype from = page.indexOf(begin);
     const qsizetype to = page.indexOf(end);
     ASSERT_GE(from, 0) << "no page, or no place for the table in it";
@@ -89,7 +84,7 @@ TEST(UnitsPage, ListsTheParametersAsTheLibraryHasThem)
 
     if (qEnvironmentVariableIsSet("VXDATASTORAGE_WRITE_DOCS")) {
         page.replace(first, to - first, expected);
-        QFile file(path);
+        QFile file(VXDATASTORAGE_DOCS_DIR "/units.md");
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         ASSERT_GT(file.write(page.toUtf8()), 0);
         return;
