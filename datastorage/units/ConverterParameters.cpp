@@ -31,8 +31,8 @@ const std::multimap<PhysicalParameter, SubPhysicalParameters> MAPPING_SUB_PHYSIC
     makeSubPhysicalParameters();
 
 Converter::Converter() = default;
-Converter::Converter(const Converter& other) = default;
-Converter& Converter::operator=(const Converter& other) = default;
+Converter::Converter(const Converter&) = default;
+Converter& Converter::operator=(const Converter&) = default;
 Converter::~Converter() = default;
 
 UsualUnit Converter::getMainUnit(const PhysicalParameter& parameter)

@@ -42,6 +42,7 @@ float toMainUnit(int parameter, const UsualUnit& unit)
 std::vector<std::uint32_t> bitsOf(const std::vector<float>& values)
 {
     std::vector<std::uint32_t> bits;
+    bits.reserve(values.size());
     for (const float value : values)
         bits.push_back(std::bit_cast<std::uint32_t>(value));
     return bits;

@@ -237,7 +237,7 @@ TEST_F(UnitTexts, OfAnyShapeGoByTheRules)
 
 TEST_F(UnitTexts, OfGreatLengthAreReadInOneGo)
 {
-    constexpr qsizetype length = 10 * 1024 * 1024;
+    constexpr qsizetype length = 10'000'000;
     EXPECT_EQ(Converter::getUsualUnitFromString(QString(length, u'x')), UsualUnit());
     EXPECT_EQ(Converter::getUsualUnitFromString(QString(length, u'.')), UsualUnit());
     EXPECT_EQ(Converter::getUsualUnitFromString(QString(length, u'/') + u'A'), makeUnit(40));
@@ -375,6 +375,7 @@ protected:
         std::atomic<int> failures{0};
         std::atomic<int> running{4};
         std::vector<std::thread> threads;
+        threads.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             threads.emplace_back([&, thread] {
                 for (int round = 0; round < rounds; ++round) {
