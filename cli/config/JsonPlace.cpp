@@ -2,6 +2,8 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <algorithm>
+
 namespace vx::cli {
 namespace {
 
@@ -121,7 +123,9 @@ TextPlace placeOfSyntaxError(const QByteArray& json)
 {
     QJsonParseError error;
     QJsonDocument::fromJson(json, &error);
-    return error.error == QJsonParseError::NoError ? TextPlace() : placeOfOffset(json, error.offset);
+    // The parser's offset is behind the byte that it could not take.
+    return error.error == QJsonParseError::NoError ? TextPlace()
+                                                   : placeOfOffset(json, std::max(0, error.offset - 1));
 }
 
 } // namespace vx::cli

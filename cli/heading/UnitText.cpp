@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <tuple>
 
 namespace vx::cli {
 namespace {
@@ -148,6 +149,49 @@ bool isWhole(double factor, double& whole)
     return whole >= 1.0 && std::abs(factor - whole) <= whole * SINGLE_PRECISION;
 }
 
+/// The factors of the library, whole numbers recognised.
+UnitFactors libraryFactors(datastorage::PhysicalParameter parameter, const UsualUnit& unit)
+{
+    const auto toMain =
+        static_cast<double>(Converter::getConversionFactorFromSubUnitToMainUnit(parameter, unit));
+    const auto fromMain =
+        static_cast<double>(Converter::getConversionFactorFromMainUnitToSubUnit(parameter, unit));
+    double whole = 0;
+    if (isWhole(toMain, whole)) {
+        return {whole, 1.0 / whole};
+    }
+    if (isWhole(fromMain, whole)) {
+        return {1.0 / whole, whole};
+    }
+    return {toMain, fromMain};
+}
+
+/// The factor from a unit to the elementary main units that it is made of, as the product of the factors of
+/// its parts: for "mA.h" 3600 / 1000. 0 when the parts of the parameter are not known.
+double elementaryProduct(datastorage::PhysicalParameter parameter, const UsualUnit& unit)
+{
+    if (!unit.hasUnit2()) {
+        return libraryFactors(parameter, unit.getUnit1()).toMain;
+    }
+    const auto decompositions = Converter::getMatchingSubPhysicalParameters(parameter, unit);
+    if (decompositions.isEmpty()) {
+        return 0;
+    }
+    const auto& parts = decompositions.front();
+    double product = libraryFactors(std::get<0>(parts), unit.getUnit1()).toMain;
+    const auto join = [&product](datastorage::UsualUnitOperator unitOperator,
+                                 datastorage::PhysicalParameter part, datastorage::UsualUnitType type) {
+        if (unitOperator != datastorage::OperatorNone) {
+            const double factor = libraryFactors(part, type).toMain;
+            product = unitOperator == datastorage::OperatorDivide ? product / factor : product * factor;
+        }
+    };
+    join(unit.getOperator(), std::get<2>(parts), unit.getUnit2());
+    join(unit.getOperator2(), std::get<4>(parts), unit.getUnit3());
+    join(unit.getOperator3(), std::get<6>(parts), unit.getUnit4());
+    return product;
+}
+
 } // namespace
 
 UsualUnit readUnit(const QString& text)
@@ -191,18 +235,16 @@ bool isUnitOf(const UsualUnit& unit, datastorage::PhysicalParameter parameter)
 
 UnitFactors unitFactors(datastorage::PhysicalParameter parameter, const UsualUnit& unit)
 {
-    const auto toMain =
-        static_cast<double>(Converter::getConversionFactorFromSubUnitToMainUnit(parameter, unit));
-    const auto fromMain =
-        static_cast<double>(Converter::getConversionFactorFromMainUnitToSubUnit(parameter, unit));
-    double whole = 0;
-    if (isWhole(toMain, whole)) {
-        return {whole, 1.0 / whole};
+    const UnitFactors library = libraryFactors(parameter, unit);
+    const double mainProduct = elementaryProduct(parameter, Converter::getMainUnit(parameter));
+    const double product = elementaryProduct(parameter, unit);
+    if (product == 0 || mainProduct == 0) {
+        return library;
     }
-    if (isWhole(fromMain, whole)) {
-        return {1.0 / whole, whole};
-    }
-    return {toMain, fromMain};
+    const double exact = product / mainProduct;
+    constexpr double ROUNDING = 1e-6;
+    return std::abs(exact - library.toMain) <= ROUNDING * library.toMain ? UnitFactors{exact, 1.0 / exact}
+                                                                         : library;
 }
 
 } // namespace vx::cli

@@ -28,8 +28,9 @@ bool isUnitOf(const datastorage::UsualUnit& unit, datastorage::PhysicalParameter
 /// The factors between a unit and the main unit of a parameter, for values held in double.
 ///
 /// The library's factors are single precision, in which 1/3600 is not exact but its reciprocal is a
-/// whole number: a factor, or the reciprocal of one, that is a whole number within that precision is
-/// taken as that number, so that values come back from the main unit as they went in.
+/// whole number. A factor of an elementary unit that is a whole number or the reciprocal of one within that
+/// precision is taken as that number, and the factor of a composite as the product of its parts, so that
+/// values come back from the main unit as they went in.
 struct UnitFactors
 {
     double toMain = 1.0;

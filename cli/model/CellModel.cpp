@@ -41,32 +41,40 @@ double CellModel::resistanceFactor() const
     return std::exp(m_parameters.activation * (1.0 / (m_temperature + KELVIN) - 1.0 / reference));
 }
 
-/// The terminal voltage that the cell would show at once without current.
-double CellModel::relaxedVoltage() const
-{
-    return openCircuitVoltage(m_soc) + m_fastVoltage + m_slowVoltage;
-}
-
 double CellModel::voltage() const
 {
-    return relaxedVoltage() + m_current * m_parameters.seriesResistance * resistanceFactor();
+    return openCircuitVoltage(m_soc) + m_fastVoltage + m_slowVoltage +
+           m_current * m_parameters.seriesResistance * resistanceFactor();
 }
 
+/// How far a resistor-capacitor pair gets within a step towards its final voltage, 0 to 1.
+double CellModel::relaxedPart(double resistance, double capacitance) const
+{
+    return -std::expm1(-m_step / (resistance * resistanceFactor() * capacitance));
+}
+
+// The current whose voltage drops, as they are at the end of the step, add up to the voltage.
 void CellModel::stepVoltage(double voltage)
 {
-    stepCurrent((voltage - relaxedVoltage()) / (m_parameters.seriesResistance * resistanceFactor()));
+    const double factor = resistanceFactor();
+    const double fast = relaxedPart(m_parameters.fastResistance, m_parameters.fastCapacitance);
+    const double slow = relaxedPart(m_parameters.slowResistance, m_parameters.slowCapacitance);
+    const double left =
+        voltage - openCircuitVoltage(m_soc) - m_fastVoltage * (1.0 - fast) - m_slowVoltage * (1.0 - slow);
+    const double resistance = m_parameters.seriesResistance + m_parameters.fastResistance * fast +
+                              m_parameters.slowResistance * slow;
+    const double charging = m_step / m_parameters.capacity * openCircuitVoltageSlope(m_soc);
+    stepCurrent(left / (resistance * factor + charging));
 }
 
 // Within a step the current is constant, for which a resistor-capacitor pair has an exact solution.
 void CellModel::stepCurrent(double current)
 {
     const double factor = resistanceFactor();
-    const auto relax = [&](double& voltage, double resistance, double capacitance) {
-        const double hot = resistance * factor;
-        voltage += (current * hot - voltage) * -std::expm1(-m_step / (hot * capacitance));
-    };
-    relax(m_fastVoltage, m_parameters.fastResistance, m_parameters.fastCapacitance);
-    relax(m_slowVoltage, m_parameters.slowResistance, m_parameters.slowCapacitance);
+    const double fast = relaxedPart(m_parameters.fastResistance, m_parameters.fastCapacitance);
+    const double slow = relaxedPart(m_parameters.slowResistance, m_parameters.slowCapacitance);
+    m_fastVoltage += (current * m_parameters.fastResistance * factor - m_fastVoltage) * fast;
+    m_slowVoltage += (current * m_parameters.slowResistance * factor - m_slowVoltage) * slow;
     m_current = current;
     m_soc = std::clamp(m_soc + current * m_step / m_parameters.capacity, 0.0, 1.0);
 

@@ -49,7 +49,7 @@ public:
 
 private:
     double resistanceFactor() const;
-    double relaxedVoltage() const;
+    double relaxedPart(double resistance, double capacitance) const;
 
     CellParameters m_parameters;
     double m_step;

@@ -26,27 +26,32 @@ bool ColumnFiller::add(std::span<const double> values, std::size_t column, std::
 
 bool ColumnFiller::addFloats(std::span<const double> values, std::size_t column, std::size_t stride)
 {
-    m_floats.clear();
+    m_floats.resize(values.size() / stride);
+    float* next = m_floats.data();
     const double fromMain = 1.0 / m_toMain;
     double largestError = m_largestError;
     double largestValue = m_largestValue;
+    double previous = m_previous;
+    double stepSum = m_stepSum;
+    double stepCount = m_stepCount;
     for (std::size_t i = column; i < values.size(); i += stride) {
         const double value = values[i];
         const double inMainUnit = value * m_toMain;
         const auto sample = static_cast<float>(inMainUnit);
-        m_floats.push_back(sample);
+        *next++ = sample;
         // A comparison with NaN is false, so missing values leave all of this alone.
         const double error = std::abs(inMainUnit - static_cast<double>(sample)) * fromMain;
         largestError = error > largestError ? error : largestError;
         const double magnitude = std::abs(value);
         largestValue = magnitude > largestValue ? magnitude : largestValue;
-        const double step = std::abs(value - m_previous);
-        if (step > 0) {
-            m_stepSum += step;
-            m_stepCount += 1;
-        }
-        m_previous = value;
+        const double step = std::abs(value - previous);
+        stepSum += step > 0 ? step : 0.0;
+        stepCount += step > 0 ? 1.0 : 0.0;
+        previous = value;
     }
+    m_previous = previous;
+    m_stepSum = stepSum;
+    m_stepCount = stepCount;
     m_largestError = largestError;
     m_largestValue = largestValue;
     m_array.addSamples(std::span<const float>(m_floats));

@@ -34,7 +34,8 @@ bool isLineEnd(char c)
 
 } // namespace
 
-TableReader::TableReader(QIODevice& device) : m_device(device), m_buffer(BUFFER_SIZE)
+TableReader::TableReader(QIODevice& device)
+    : m_device(device), m_buffer(BUFFER_SIZE + 1) // behind the bytes stands a NUL, where every number ends
 {
     m_begin = m_buffer.data();
     m_end = m_begin;
@@ -185,10 +186,10 @@ bool TableReader::fill()
         m_begin = m_buffer.data();
         m_end = m_begin + kept;
     }
-    if (m_atEnd || kept == m_buffer.size()) {
+    if (m_atEnd || kept == BUFFER_SIZE) {
         return false;
     }
-    const qint64 count = m_device.read(m_buffer.data() + kept, static_cast<qint64>(m_buffer.size() - kept));
+    const qint64 count = m_device.read(m_buffer.data() + kept, static_cast<qint64>(BUFFER_SIZE - kept));
     if (count <= 0) {
         m_atEnd = true;
         if (count < 0) {
@@ -197,6 +198,7 @@ bool TableReader::fill()
         return false;
     }
     m_end += count;
+    m_buffer[kept + static_cast<std::size_t>(count)] = '\0';
     m_bytesRead += count;
     return true;
 }
@@ -358,6 +360,17 @@ TableReader::Step TableReader::splitRow(std::vector<std::string>& cells, const c
     }
 }
 
+/// Reads a number that begins at `begin`; null when none does or when it ends with the buffer.
+const char* TableReader::parseBareNumber(const char* begin, double& value) const
+{
+    const char* stop = parsePlainNumber(begin, value);
+    if (stop == nullptr) {
+        const auto result = std::from_chars(begin, m_end, value);
+        stop = result.ec == std::errc{} ? result.ptr : nullptr;
+    }
+    return stop == m_end ? nullptr : stop;
+}
+
 TableReader::Step TableReader::parseRow(double* values)
 {
     const char* position = m_begin;
@@ -369,22 +382,16 @@ TableReader::Step TableReader::parseRow(double* values)
             return failCount();
         }
         if (plain) {
-            // The usual cell: a bare number up to the delimiter or line feed. Everything else goes
-            // the long way, from the start of the cell.
-            const auto [stop, code] = std::from_chars(position, m_end, values[column]);
-            if (code == std::errc{} && stop != m_end) {
-                if (*stop == delimiter) {
-                    position = stop + 1;
-                    continue;
-                }
-                if (column + 1 == m_columns && *stop == '\n') {
-                    position = stop + 1;
-                    break;
-                }
-                if (column + 1 == m_columns && *stop == '\r' && stop + 1 != m_end) {
-                    position = stop + (stop[1] == '\n' ? 2 : 1);
-                    break;
-                }
+            // The usual cell: a bare number up to the delimiter or line end. Everything else goes the
+            // long way, from the start of the cell.
+            const char* stop = parseBareNumber(position, values[column]);
+            if (stop != nullptr && *stop == delimiter) {
+                position = stop + 1;
+                continue;
+            }
+            if (stop != nullptr && column + 1 == m_columns && stop + 1 < m_end && isLineEnd(*stop)) {
+                position = stop + (*stop == '\r' && stop[1] == '\n' ? 2 : 1);
+                break;
             }
         }
         bool endsRow = false;

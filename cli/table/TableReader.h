@@ -88,6 +88,7 @@ private:
     Step endCell(const char* position, Cell& cell);
     Step splitRow(std::vector<std::string>& cells, const char*& next, qint64& lineEnds);
     Step parseRow(double* values);
+    const char* parseBareNumber(const char* begin, double& value) const;
     Step parseSlowCell(const char*& position, double& value, bool& endsRow, qint64& lineEnds);
     Step parseNext(double* values);
     Step readFirstRow();

@@ -1,9 +1,14 @@
 #include "table/CellNumber.h"
+#include "support/RowLabel.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
 
 namespace {
@@ -88,5 +93,65 @@ TEST_P(CellNumber, ReadsTheCell)
 
 INSTANTIATE_TEST_SUITE_P(Cells, CellNumber, ::testing::ValuesIn(CELLS),
                          [](const auto& rowInfo) { return std::string(rowInfo.param.name); });
+
+struct PlainRow
+{
+    const char* label;
+    const char* text;
+    int length; ///< of the number; -1 when it is none of this kind
+};
+
+constexpr PlainRow PLAIN_NUMBERS[] = {
+    {"Whole", "42,", 2},
+    {"Fraction", "3.14159\n", 7},
+    {"Negative", "-0.5;", 4},
+    {"NegativeZero", "-0.0,", 4},
+    {"NoLeadingDigit", ".25,", 3},
+    {"NoTrailingDigit", "5.,", 2},
+    {"LargestExact", "9007199254740992,", 16},
+    {"SixteenDecimals", "0.0015199999999999,", 18},
+    {"EndOfText", "7", 1},
+    {"BeyondExact", "9007199254740993,", -1},
+    {"TooManyDigits", "0.00000000000000000001,", -1},
+    {"ManySignificantDigits", "6.2831853071795864769,", -1},
+    {"Exponent", "2e-05,", -1},
+    {"UpperExponent", "2E5,", -1},
+    {"SignOnly", "-,", -1},
+    {"PointOnly", ".,", -1},
+    {"Empty", ",", -1},
+    {"Plus", "+5,", -1},
+    {"Word", "nan,", -1},
+};
+
+class PlainNumber : public ::testing::TestWithParam<PlainRow>
+{};
+
+TEST_P(PlainNumber, EndsWhereItStops)
+{
+    double value = 0;
+    const char* end = vx::cli::parsePlainNumber(GetParam().text, value);
+    EXPECT_EQ(end == nullptr ? -1 : static_cast<int>(end - GetParam().text), GetParam().length);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, PlainNumber, ::testing::ValuesIn(PLAIN_NUMBERS), RowLabel());
+
+TEST(PlainNumberValue, IsTheNearestDouble)
+{
+    std::mt19937_64 random(20240607);
+    int read = 0;
+    for (int i = 0; i < 200000; ++i) {
+        std::string text = std::to_string(random() >> (random() % 64));
+        text.insert(random() % (text.size() + 1), ".");
+        text.insert(0, random() % 2 == 0 ? "-" : "");
+        double value = 0;
+        if (vx::cli::parsePlainNumber(text.c_str(), value) != nullptr) {
+            double expected = 0;
+            std::from_chars(text.data(), text.data() + text.size(), expected);
+            ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(expected)) << text;
+            ++read;
+        }
+    }
+    EXPECT_GT(read, 100000);
+}
 
 } // namespace

@@ -1,0 +1,60 @@
+#include "commands/Commands.h"
+#include "support/Printers.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QString readText(const char* path)
+{
+    QFile file{QLatin1String(path)};
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path;
+    return QString::fromUtf8(file.readAll());
+}
+
+QSet<QString> optionsOfCommands()
+{
+    QSet<QString> options{"--help", "--version"};
+    for (const vx::cli::Command* command : vx::cli::COMMANDS) {
+        for (const vx::cli::Option& option : command->options) {
+            options.insert(QStringLiteral("--") + QLatin1String(option.name));
+        }
+    }
+    return options;
+}
+
+QSet<QString> optionsIn(const QString& text)
+{
+    QSet<QString> options;
+    static const QRegularExpression pattern("--[a-z][a-z-]*");
+    for (auto matches = pattern.globalMatch(text); matches.hasNext();) {
+        options.insert(matches.next().captured());
+    }
+    return options;
+}
+
+TEST(ManualPage, NamesEveryCommandAndOption)
+{
+    QString page = readText(VXDATA_SOURCE_DIR "/vxdata.1");
+    page.remove(QLatin1Char('\\'));
+    EXPECT_EQ(optionsIn(page), optionsOfCommands());
+    for (const vx::cli::Command* command : vx::cli::COMMANDS) {
+        EXPECT_TRUE(page.contains(QStringLiteral("\n.B %1\n").arg(QLatin1String(command->name))))
+            << command->name;
+    }
+}
+
+TEST(ShellCompletion, OffersEveryCommandAndOption)
+{
+    const QString script = readText(VXDATA_SOURCE_DIR "/completion/vxdata.bash");
+    EXPECT_EQ(optionsIn(script), optionsOfCommands());
+    for (const vx::cli::Command* command : vx::cli::COMMANDS) {
+        EXPECT_TRUE(script.contains(QLatin1String(command->name))) << command->name;
+    }
+}
+
+} // namespace
