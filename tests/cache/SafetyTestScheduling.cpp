@@ -1,3 +1,5 @@
+#include <datastorage/cache/CacheReadManager.h>
+
 #include <support/CacheFixture.h>
 #include <support/ReaderThread.h>
 
@@ -313,6 +315,7 @@ TEST_F(SchedulingSafety, AStreamShowsTheContentAfterARewrite)
 
 TEST_F(SchedulingSafety, TheStreamOfADestroyedArrayIsGivenBack)
 {
+    CacheReadManager::instance().closeAll(); // no id is left over from elsewhere
     Array& array = store("A", {1});
     ASSERT_EQ(bitsOf(cache().getSampleDirect(&array, 0)), 1);
     const qint64 id = array.getStreamId();
