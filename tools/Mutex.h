@@ -28,9 +28,11 @@
 namespace nel::tools {
 
 #if defined(VX_THREAD_SANITIZER)
+/// What the locks below hold: the standard library's under the thread sanitizer, else Qt's.
 using NativeMutex = std::mutex;
 using NativeRecursiveMutex = std::recursive_mutex;
 #else
+/// What the locks below hold: the standard library's under the thread sanitizer, else Qt's.
 using NativeMutex = QMutex;
 using NativeRecursiveMutex = QRecursiveMutex;
 #endif
@@ -43,7 +45,10 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
+    /// Waits until no other thread holds the lock, and takes it.
     void lock() VX_ACQUIRE() { m_mutex.lock(); }
+
+    /// Gives it back; only the thread that holds it may.
     void unlock() VX_RELEASE() { m_mutex.unlock(); }
 
 private:
@@ -59,7 +64,10 @@ public:
     RecursiveMutex(const RecursiveMutex&) = delete;
     RecursiveMutex& operator=(const RecursiveMutex&) = delete;
 
+    /// Waits until no other thread holds the lock, and takes it once more.
     void lock() VX_ACQUIRE() { m_mutex.lock(); }
+
+    /// Gives it back once.
     void unlock() VX_RELEASE() { m_mutex.unlock(); }
 
 private:
@@ -71,6 +79,7 @@ template <typename Lock>
 class VX_SCOPED_CAPABILITY Locker
 {
 public:
+    /// Takes `lock`, which must live as long as this object.
     explicit Locker(Lock& lock) VX_ACQUIRE(lock) : m_lock(lock) { m_lock.lock(); }
     ~Locker() VX_RELEASE() { m_lock.unlock(); }
     Locker(const Locker&) = delete;
@@ -110,6 +119,7 @@ public:
 #endif
     }
 
+    /// Wakes every thread that sleeps here.
     void wakeAll()
     {
 #if defined(VX_THREAD_SANITIZER)

@@ -30,6 +30,7 @@ public:
     /// true.
     virtual bool write(QJsonObject& object, int version, vx::archive::ArchiveContext& context) const;
 
+    /// The name of the array and the category that it belongs to.
     const QString& getName() const;
     void setName(const QString& name);
     const QString& getCategory() const;

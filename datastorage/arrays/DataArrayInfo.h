@@ -43,6 +43,7 @@ public:
     /// second call replaces the array, which is freed when no copy of the descriptor shares it.
     virtual void createDataArray();
 
+    /// What the array measures: its name and its physical parameter, and how its samples are read.
     virtual void setName(const QString& name);
     virtual QString getName() const;
     virtual const PhysicalParameter& getPhysicalParameter() const;
@@ -75,8 +76,12 @@ public:
     /// Forgets all samples, the minimum and the maximum.
     virtual void clear();
 
+    /// The set of streams that the array comes from; 0 by default.
     virtual unsigned int getStreamSetIdentifier() const;
     virtual void setStreamSetIdentifier(unsigned int identifier);
+
+    /// The smallest and the largest sample since the last clear(), missing values aside; without samples
+    /// the largest finite float and its negation.
     virtual float getMin() const;
     virtual float getMax() const;
     /// Makes room in memory for `count` samples.
@@ -119,6 +124,7 @@ protected:
         if (value > m_maxValue)
             m_maxValue = value;
     }
+    /// As above.
     void includeInRange(int value)
     {
         if (value != missingInt) [[likely]]

@@ -40,6 +40,7 @@ class DataArrayStreamed;
 class VXDATASTORAGE_EXPORT DataArrayInfoStreamed : public virtual DataArrayInfo
 {
 public:
+    /// A description without samples; the owner calls createDataArray() once.
     DataArrayInfoStreamed();
     DataArrayInfoStreamed(const QString& name, const PhysicalParameter& physicalParameter,
                           const DataType& dataType, const UsualUnit& dataUnit);

@@ -21,8 +21,8 @@ enum DataType : std::int32_t
 /// DataType; reading the other one gives the same bits in its own type, never a conversion.
 union DataTypeBase
 {
-    std::int32_t intValue;
-    float floatValue;
+    std::int32_t intValue; ///< of Int and Enum arrays
+    float floatValue;      ///< of Float arrays
 };
 
 /// The text name of `type`. A number outside the enumeration gives "FLOAT".

@@ -24,6 +24,7 @@ class DataArrayInfoStreamed;
 class VXDATASTORAGE_EXPORT PinnedSamples
 {
 public:
+    /// An empty view; a view is moved with its pin, which leaves the source empty.
     PinnedSamples();
     ~PinnedSamples();
     PinnedSamples(PinnedSamples&& other) noexcept;
@@ -31,6 +32,7 @@ public:
     PinnedSamples(const PinnedSamples&) = delete;
     PinnedSamples& operator=(const PinnedSamples&) = delete;
 
+    /// Whether there is no sample in the view.
     bool isEmpty() const { return m_count == 0; }
     /// Index in the array of the view's first sample.
     qint64 first() const { return m_first; }

@@ -51,16 +51,14 @@ namespace vx::datastorage {
 ///
 /// | operation | thread | lock |
 /// |---|---|---|
-/// | readCacheConfiguration, readCacheParameters, setDefaultCachePath, checkDefaultCacheDirectory,
-/// removeCacheDirectory, clearCacheFiles, getDefaultCachePath, get/setCacheSizeInBytes | main | registry
-/// (path) | | getFullFilename, getDataArrayInfoKey, isCached, isUpdating, isValid, getDataSourceFileCacheList
-/// | any | registry | | addDataArrayInfoToCache, loadDataArrayInfoToCache, removeDataArrayInfoFromCache,
-/// clearDataArrayInfoInCache, start/endUpdateDataArrayInfoContent, prepareAppendDataArray, appendDataArray,
-/// updateDataCachePath, removeAll | main | registry, tasks, queue, each for a moment | | writeDataArrayToDisk
-/// | main | tasks | | readDataArrayFromDisk, awaitTaskFinished | main; from another thread only the array's
-/// own completion runs there | tasks, given back while waiting | | increaseDataCacheSize, updateDataCacheSize
-/// | any | memory meter | | getSampleDirect | main; any thread once the array's mapping is open | none on the
-/// fast path | | the four slots | the thread of the task | tasks |
+/// | readCacheConfiguration, readCacheParameters, setDefaultCachePath, checkDefaultCacheDirectory, removeCacheDirectory, clearCacheFiles, getDefaultCachePath, get/setCacheSizeInBytes | main | registry (path) |
+/// | getFullFilename, getDataArrayInfoKey, isCached, isUpdating, isValid, getDataSourceFileCacheList | any | registry |
+/// | addDataArrayInfoToCache, loadDataArrayInfoToCache, removeDataArrayInfoFromCache, clearDataArrayInfoInCache, start/endUpdateDataArrayInfoContent, prepareAppendDataArray, appendDataArray, updateDataCachePath, removeAll | main | registry, tasks, queue, each for a moment |
+/// | writeDataArrayToDisk | main | tasks |
+/// | readDataArrayFromDisk, awaitTaskFinished | main; from another thread only the array's own completion runs there | tasks, given back while waiting |
+/// | increaseDataCacheSize, updateDataCacheSize | any | memory meter |
+/// | getSampleDirect | main; any thread once the array's mapping is open | none on the fast path |
+/// | the four slots | the thread of the task | tasks |
 class VXDATASTORAGE_EXPORT CacheManager : public QObject, public nel::tools::Singleton<CacheManager>
 {
     Q_OBJECT
@@ -188,6 +186,7 @@ Q_SIGNALS:
     void signal_cacheError(const QString& error);
 
 public Q_SLOTS:
+    /// What the tasks of the cache tell it; connected directly, so that they run on the task's thread.
     void onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo);
     void onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const QString& error);
     void onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo);

@@ -27,9 +27,11 @@ public:
     /// Sets what to read, before the task is started: the full name of the cache file and the array.
     void setDataArrayInfoToRead(const QString& fileName, DataArrayInfoStreamed* info);
 
+    /// Loads the array on the thread of the pool, and emits exactly one of the two signals there.
     void run() override;
 
 Q_SIGNALS:
+    /// The array has been loaded, or could not be and is marked in error.
     void signal_readFinished(DataArrayInfoStreamed* dataArray);
     void signal_readError(DataArrayInfoStreamed* dataArray, const QString& error);
 

@@ -36,9 +36,11 @@ public:
     /// batch mode follows.
     void setAppendMode(bool append);
 
+    /// Writes or continues the file on the thread of the pool, and emits its signals there.
     void run() override;
 
 Q_SIGNALS:
+    /// The samples are in the file, or could not be written.
     void signal_writeFinished(DataArrayInfoStreamed* dataArray);
     void signal_writeError(DataArrayInfoStreamed* dataArray, const QString& error);
 

@@ -40,6 +40,7 @@ public:
     ConfigDataArray& operator=(const ConfigDataArray&) = default;
     ~ConfigDataArray() override;
 
+    /// The quantity that the array measures.
     const PhysicalParameter& getPhysicalParameter() const;
     void setPhysicalParameter(const PhysicalParameter& physicalParameter);
 
@@ -47,9 +48,11 @@ public:
     const DataType& getType() const;
     void setType(const DataType& type);
 
+    /// The unit of its values.
     const UsualUnit& getUnit() const;
     void setUnit(const UsualUnit& unit);
 
+    /// Its kind: Measured, Calculated or a value of the application's own.
     DataConfigType getDataConfigType() const;
     void setDataConfigType(DataConfigType dataConfigType);
 

@@ -26,6 +26,7 @@ public:
     DynamicEnum& operator=(const DynamicEnum&) = default;
     virtual ~DynamicEnum();
 
+    /// The name under which the enumeration is filed.
     const QString& getName() const;
 
     /// The name under which the DynamicEnumHandler has filed the enumeration does not change with it.
@@ -62,6 +63,7 @@ public:
     /// The largest value; without labels the smallest `int`.
     int getMaxValue() const;
 
+    /// Whether there is a label `key`.
     bool isKeyExists(const QString& key) const;
 
     /// Linear in the number of labels.
