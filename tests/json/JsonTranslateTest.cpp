@@ -3,6 +3,8 @@
 #include <support/Printers.h>
 #include <support/RecordingTranslator.h>
 
+#include <QtCore/QByteArray>
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -10,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -265,6 +268,128 @@ TEST(JsonTranslate, TextThatUtf8CannotCarryStaysWithoutTranslation)
         EXPECT_EQ(translator.calls()[0].text, text.toUtf8().toStdString());
         EXPECT_EQ(object.value("a").toString(), text);
     }
+}
+
+// The same walk written down step by step, with copies and recursion.
+void walkObject(QJsonObject& object, const QList<QString>& path);
+
+QJsonValue lookUp(const QJsonValue& value, const QList<QString>& path)
+{
+    const QByteArray context =
+        path.join(QLatin1Char('_')).replace(QLatin1Char(' '), QLatin1Char('_')).toUtf8();
+    return QCoreApplication::translate(context.constData(), value.toString().toUtf8().constData());
+}
+
+void walkArray(QJsonArray& array, const QList<QString>& path)
+{
+    for (qsizetype i = 0; i < array.size(); ++i) {
+        if (array.at(i).isObject()) {
+            QJsonObject child = array.at(i).toObject();
+            walkObject(child, path);
+            array.replace(i, child);
+        } else if (array.at(i).isArray()) {
+            QJsonArray child = array.at(i).toArray();
+            walkArray(child, path);
+        } else if (array.at(i).isString()) {
+            array.replace(i, lookUp(array.at(i), path));
+        }
+    }
+}
+
+void walkObject(QJsonObject& object, const QList<QString>& path)
+{
+    for (const QString& key : object.keys()) {
+        const QJsonValue value = object.value(key);
+        const QList<QString> memberPath = path + QList<QString>{key};
+        if (value.isObject()) {
+            QJsonObject child = value.toObject();
+            walkObject(child, memberPath);
+            object.insert(key, child);
+        } else if (value.isArray()) {
+            QJsonArray child = value.toArray();
+            walkArray(child, memberPath);
+            object.insert(key, child);
+        } else if (value.isString()) {
+            object.insert(key, lookUp(value, memberPath));
+        }
+    }
+}
+
+/// Random trees whose keys and texts are few, so that contexts and texts meet again.
+class RandomTree
+{
+public:
+    explicit RandomTree(unsigned seed) : m_random(seed) {}
+
+    QJsonObject object(int depth)
+    {
+        QJsonObject result;
+        for (int count = 1 + pick(5); count > 0; --count) {
+            result.insert(word(), value(depth));
+        }
+        return result;
+    }
+
+private:
+    QJsonValue value(int depth)
+    {
+        switch (pick(depth > 0 ? 6 : 3)) {
+        case 0:
+        case 1:
+            return word();
+        case 2:
+            return pick(100);
+        case 3:
+            return object(depth - 1);
+        default:
+            QJsonArray result;
+            for (int count = pick(5); count > 0; --count) {
+                result.append(value(depth - 1));
+            }
+            return result;
+        }
+    }
+
+    QString word()
+    {
+        static const QStringList WORDS{"a",        "b c", " ", "", QString::fromUtf8("\xCE\xA9 \xE2\x82\xAC"),
+                                       "long word"};
+        return WORDS.at(pick(static_cast<int>(WORDS.size())));
+    }
+
+    int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(m_random); }
+
+    std::mt19937 m_random;
+};
+
+TEST(JsonTranslate, AgreesWithTheWalkStepByStepOnRandomTrees)
+{
+    size_t lookUpCount = 0;
+    for (unsigned seed = 0; seed < 2000; ++seed) {
+        SCOPED_TRACE(seed);
+        const QJsonObject tree = RandomTree(seed).object(6);
+        QJsonObject expected = tree;
+        QJsonObject object = tree;
+        const QList<QString> path = seed % 3 == 0 ? QList<QString>() : QList<QString>{"p", "q r"};
+        std::vector<RecordingTranslator::Call> expectedCalls;
+        {
+            RecordingTranslator translator;
+            translator.setPrefixForAll(seed % 2 == 0 ? "~" : "");
+            translator.teach("a", "a", "A");
+            walkObject(expected, path);
+            expectedCalls = translator.calls();
+        }
+        RecordingTranslator translator;
+        translator.setPrefixForAll(seed % 2 == 0 ? "~" : "");
+        translator.teach("a", "a", "A");
+
+        JsonUtils::translateJsonObject(object, path);
+
+        ASSERT_EQ(print(object), print(expected));
+        ASSERT_EQ(translator.calls(), expectedCalls);
+        lookUpCount += expectedCalls.size();
+    }
+    EXPECT_GT(lookUpCount, 10'000U);
 }
 
 // Far deeper than the parser allows: such a tree can only be made by hand. A walk that calls itself for
