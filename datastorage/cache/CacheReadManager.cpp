@@ -57,11 +57,6 @@ bool CacheReadManager::initialize(int id, const QString& path)
     return true;
 }
 
-DataTypeBase CacheReadManager::getSampleDirect(int id, qint64 index)
-{
-    return mappedSample(id, index);
-}
-
 void CacheReadManager::close(int id)
 {
     if (!isKnown(id))

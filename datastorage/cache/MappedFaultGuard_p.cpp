@@ -67,7 +67,7 @@ std::optional<quint64> samplesInFile(int fileDescriptor)
 
 /// Whether `address` lies in the row's mapping, which then loses the samples that are gone. A row that
 /// changes meanwhile is not the one that is being read, and is left alone.
-bool shrinkIfHit(MappedSampleTable::Row& row, std::uintptr_t address)
+bool shrinkIfHit(MappedSamples::Row& row, std::uintptr_t address)
 {
     const quint32 changes = row.changes.load();
     const auto first = reinterpret_cast<std::uintptr_t>(row.samples.load());
@@ -105,10 +105,10 @@ void handleBusError(int signal, siginfo_t* information, void* context)
     const int errorBefore = errno;
     const auto address = reinterpret_cast<std::uintptr_t>(information->si_addr);
     const bool accessFailed = information->si_code > 0 && information->si_code != SI_USER;
-    const bool replaced = accessFailed && MappedSampleTable::findIf([address](MappedSampleTable::Row& row) {
-                              return shrinkIfHit(row, address);
-                          }) &&
-                          replacePage(address);
+    const bool replaced =
+        accessFailed &&
+        MappedSampleTable::findIf([address](MappedSamples::Row& row) { return shrinkIfHit(row, address); }) &&
+        replacePage(address);
     errno = errorBefore;
     if (!replaced)
         passOn(signal, information, context);

@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-using vx::datastorage::mappedSample;
+using vx::datastorage::MappedSamples;
 using vx::datastorage::MappedSampleTable;
 
 namespace {
@@ -40,8 +40,8 @@ private:
     std::vector<int> m_used;
 };
 
-// Ids around the ends of the chunks that hold 1024, 2048 and 4096 rows.
-const int IDS[] = {0, 1, 1022, 1023, 1024, 1025, 3070, 3071, 3072, 3073, 7167, 7168};
+// Ids around the numbers of rows at which the table grows.
+const int IDS[] = {0, 1, 1022, 1023, 1024, 1025, 3070, 3071, 3072, 3073, 7167, 7168, 15'359, 15'360};
 
 TEST_F(MappedSampleTableTest, KeepsTheRowsOfAllIdsApart)
 {
@@ -53,10 +53,10 @@ TEST_F(MappedSampleTableTest, KeepsTheRowsOfAllIdsApart)
         publish(id, blocks[next++]);
     for (const int id : IDS) {
         SCOPED_TRACE(id);
-        EXPECT_EQ(mappedSample(id, 0).intValue, id);
-        EXPECT_EQ(mappedSample(id, 1).intValue, -id);
-        EXPECT_EQ(mappedSample(id, 2).intValue, 7);
-        EXPECT_EQ(mappedSample(id, 3).intValue, MISSING);
+        EXPECT_EQ(MappedSamples::read(id, 0).intValue, id);
+        EXPECT_EQ(MappedSamples::read(id, 1).intValue, -id);
+        EXPECT_EQ(MappedSamples::read(id, 2).intValue, 7);
+        EXPECT_EQ(MappedSamples::read(id, 3).intValue, MISSING);
     }
 }
 
@@ -67,7 +67,7 @@ TEST_F(MappedSampleTableTest, AnswersMissingForIndicesOutside)
     for (const qint64 index : {qint64{-1}, qint64{2}, std::numeric_limits<qint64>::min(),
                                std::numeric_limits<qint64>::max(), qint64{1} << 62, -(qint64{1} << 62)}) {
         SCOPED_TRACE(index);
-        EXPECT_EQ(mappedSample(5, index).intValue, MISSING);
+        EXPECT_EQ(MappedSamples::read(5, index).intValue, MISSING);
     }
 }
 
@@ -77,7 +77,7 @@ TEST_F(MappedSampleTableTest, AnswersMissingForIdsWithoutARow)
                          std::numeric_limits<int>::max(), std::numeric_limits<int>::max() - 1023, 1 << 30}) {
         SCOPED_TRACE(id);
         EXPECT_EQ(MappedSampleTable::find(id), nullptr);
-        EXPECT_EQ(mappedSample(id, 0).intValue, MISSING);
+        EXPECT_EQ(MappedSamples::read(id, 0).intValue, MISSING);
     }
 }
 
@@ -85,19 +85,22 @@ TEST_F(MappedSampleTableTest, AnswersMissingAfterAWithdrawal)
 {
     const QByteArray samples = cachefile::samples({11});
     publish(9, samples);
-    ASSERT_EQ(mappedSample(9, 0).intValue, 11);
+    ASSERT_EQ(MappedSamples::read(9, 0).intValue, 11);
     MappedSampleTable::withdraw(9);
-    EXPECT_EQ(mappedSample(9, 0).intValue, MISSING);
+    EXPECT_EQ(MappedSamples::read(9, 0).intValue, MISSING);
 }
 
 TEST_F(MappedSampleTableTest, NeverMovesARow)
 {
-    ASSERT_TRUE(MappedSampleTable::reserve(3));
-    const MappedSampleTable::Row* const row = MappedSampleTable::find(3);
-    ASSERT_NE(row, nullptr);
-    ASSERT_TRUE(MappedSampleTable::reserve(20'000));
-    EXPECT_EQ(MappedSampleTable::find(3), row);
-    EXPECT_NE(MappedSampleTable::find(20'000), nullptr);
+    ASSERT_TRUE(MappedSampleTable::reserve(1500));
+    const MappedSamples::Row* const early = &MappedSamples::rowOf(3);
+    const MappedSamples::Row* const late = &MappedSamples::rowOf(1500);
+    ASSERT_EQ(MappedSampleTable::find(200'000), nullptr);
+    ASSERT_TRUE(MappedSampleTable::reserve(200'000));
+    EXPECT_NE(MappedSampleTable::find(200'000), nullptr);
+    EXPECT_EQ(&MappedSamples::rowOf(3), early);
+    EXPECT_EQ(&MappedSamples::rowOf(1500), late);
+    EXPECT_EQ(MappedSampleTable::find(1500), late);
 }
 
 TEST_F(MappedSampleTableTest, RefusesANegativeId)
@@ -111,8 +114,8 @@ TEST_F(MappedSampleTableTest, FindsARowByItsContent)
 {
     const QByteArray samples = cachefile::samples({1, 2, 3});
     publish(1500, samples);
-    const MappedSampleTable::Row* found = nullptr;
-    const auto holdsSamples = [&](const MappedSampleTable::Row& row) {
+    const MappedSamples::Row* found = nullptr;
+    const auto holdsSamples = [&](const MappedSamples::Row& row) {
         const bool hit = row.samples.load() == bytesOf(samples);
         if (hit)
             found = &row;
