@@ -178,9 +178,6 @@ QList<QString> QStringListFromJsonArray(const QJsonArray& array)
 
 QDateTime convertJsonValueToQDateTime(const QJsonValue& value)
 {
-    if (value.isNull() || value.isUndefined()) {
-        return {};
-    }
     return convertStringToQDateTime(value.toString());
 }
 

@@ -100,6 +100,7 @@ const TreeCase TREES[] = {
      {},
      {},
      R"({"a":1,"b":true,"c":null,"d":[1,false,null,{}],"e":2.5})"},
+    {"Latin1", "{\"\xC3\xA4 \":\"\xC3\xBC\"}", {}, {"\xC3\xA4_: \xC3\xBC"}, "{\"\xC3\xA4 \":\"~\xC3\xBC\"}"},
     {"BeyondAscii",
      "{\"\xC3\xA4 \xE2\x82\xAC\":\"\xCE\xA9\xF0\x9F\x98\x80\"}",
      {},
@@ -191,6 +192,22 @@ TEST(JsonTranslate, TakesEmptyAndLongerTranslations)
     EXPECT_EQ(object.value("a").toString("not there"), "");
     EXPECT_EQ(object.value("b").toString(), QString(100'000, QChar(0x20AC)));
     EXPECT_EQ(object.value("c").toString(), "z");
+}
+
+TEST(JsonTranslate, LooksUpLongTextsInLongContexts)
+{
+    const QString key(70'000, QChar(u'k'));
+    const QString text(100'000, QChar(0x20AC));
+    RecordingTranslator translator;
+    translator.setPrefixForAll("~");
+    QJsonObject object{{key, QJsonObject{{"a", text}, {"b", "x"}}}, {"z", "y"}};
+
+    JsonUtils::translateJsonObject(object, {});
+
+    const std::string context = key.toStdString();
+    EXPECT_THAT(lookUps(translator),
+                ElementsAre(context + "_a: " + text.toStdString(), context + "_b: x", "z: y"));
+    EXPECT_EQ(object.value(key).toObject().value("a").toString(), "~" + text);
 }
 
 TEST(JsonTranslate, ArrayUsesThePathForItsTextsAndObjects)
