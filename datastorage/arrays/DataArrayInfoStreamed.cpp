@@ -205,11 +205,6 @@ bool DataArrayInfoStreamed::read(const QJsonObject& object, int version, vx::arc
     return true;
 }
 
-qint64 DataArrayInfoStreamed::getStreamId() const
-{
-    return m_streamId;
-}
-
 void DataArrayInfoStreamed::setStreamId(qint64 streamId)
 {
     m_streamId = streamId;

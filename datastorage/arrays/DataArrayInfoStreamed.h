@@ -86,7 +86,7 @@ public:
     void restart() override;
 
     /// The number of the array's open memory mapping (CacheReadManager), -1 when there is none.
-    qint64 getStreamId() const;
+    qint64 getStreamId() const { return m_streamId; }
     void setStreamId(qint64 streamId);
     /// The cache's logical clock when the array was last brought into memory.
     quint64 getLastTimeStreamed() const;

@@ -5,7 +5,6 @@
 #include <datastorage/cache/CacheManagerAccess_p.h>
 #include <datastorage/cache/CacheManager_p.h>
 #include <datastorage/cache/CacheReadManager.h>
-#include <datastorage/cache/MappedSampleTable_p.h>
 #include <datastorage/cache/SystemMemory_p.h>
 
 #include <json/JsonUtils.h>
@@ -382,10 +381,9 @@ qint64 CacheManager::getUsedDataCacheSizeInBytes() const
     return MemoryMeter::instance().residentBytes();
 }
 
-DataTypeBase CacheManager::getSampleDirect(DataArrayInfoStreamed* info, qint64 index)
+/// Opens the mapping of an array that has none and reads the first sample from it.
+DataTypeBase CacheManager::openSampleDirect(DataArrayInfoStreamed* info, qint64 index)
 {
-    if (const qint64 id = info->getStreamId(); id != -1) [[likely]]
-        return mappedSample(static_cast<int>(id), index);
     if (d->tasks.isRunning(info))
         awaitTaskFinished(info); // a file that is being written cannot be mapped yet
     const QString file = d->registry.fileOf(info);

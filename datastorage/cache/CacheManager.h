@@ -4,6 +4,7 @@
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/cache/BackgroundResult.h>
 #include <datastorage/cache/CacheStatistics.h>
+#include <datastorage/cache/MappedSamples.h>
 
 #include <tools/Singleton.h>
 
@@ -166,7 +167,13 @@ public:
     /// One sample from the cache file of `info`, through a memory mapping and without loading the array;
     /// the quiet NaN outside the file. When the file cannot be mapped, the array is marked in error,
     /// signal_cacheError() is emitted once and a zero sample returned.
-    DataTypeBase getSampleDirect(DataArrayInfoStreamed* info, qint64 index);
+    /// Once the mapping is open, a look-up without a call into the library.
+    DataTypeBase getSampleDirect(DataArrayInfoStreamed* info, qint64 index)
+    {
+        if (const qint64 id = info->getStreamId(); id != -1) [[likely]]
+            return MappedSamples::read(static_cast<int>(id), index);
+        return openSampleDirect(info, index);
+    }
 
     /// Hints that `info` will be asked for soon: starts loading it, unless it is in memory or a task of
     /// it runs. Main thread.
@@ -210,6 +217,7 @@ private:
     friend class CacheManagerAccess;
     friend class CacheManagerPrivate;
 
+    DataTypeBase openSampleDirect(DataArrayInfoStreamed* info, qint64 index);
     bool isNameAndPathExist(const QString& key, const DataArrayInfoStreamed* info) const;
     void startReadTask(DataArrayInfoStreamed* info);
     void startWriteTask(DataArrayInfoStreamed* info, bool append);

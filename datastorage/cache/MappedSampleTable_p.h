@@ -63,10 +63,4 @@ private:
     static std::array<std::atomic<Row*>, CHUNKS> s_chunks;
 };
 
-/// The 32 bits of sample `index` of mapping `id`: MappedSamples::read().
-inline DataTypeBase mappedSample(int id, qint64 index)
-{
-    return MappedSamples::read(id, index);
-}
-
 } // namespace vx::datastorage
