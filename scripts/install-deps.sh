@@ -15,6 +15,8 @@ packages_of() {
     mingw) echo g++-mingw-w64-x86-64 ;;
     package) echo git pkgconf qmake6 make binutils clang ;;
     coverage) echo gcovr ;;
+    bench) echo libbenchmark-dev python3 ;;
+    peers) echo liblmdb-dev libsqlite3-dev libhdf5-dev pkgconf ;;
     docs) echo doxygen ;;
     debian) echo debhelper dpkg-dev fakeroot libgmock-dev libgtest-dev lintian ;;
     root) echo debootstrap ;;
