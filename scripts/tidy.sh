@@ -11,7 +11,7 @@ for file in "$@"; do
     files+=("$(cd "$started_in" && realpath "$file")")
 done
 
-configure tidy
+configure tidy -DVXDATASTORAGE_BUILD_TESTS=ON
 # The sources include what moc makes; nothing else needs to be built.
 mapfile -t generated < <(ninja -C build/tidy -t targets all | sed -n 's/^\([^/: ]*_autogen\): phony$/\1/p')
 [ ${#generated[@]} -eq 0 ] || build tidy "${generated[@]}" >/dev/null

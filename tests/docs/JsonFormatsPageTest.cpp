@@ -35,7 +35,7 @@ protected:
 
     QString written(const QJsonObject& object) const
     {
-        const QString path = m_directory.filePath("example.json");
+        QString path = m_directory.filePath("example.json");
         QFile file(path);
         if (file.open(QIODevice::WriteOnly))
             file.write(QJsonDocument(object).toJson());
