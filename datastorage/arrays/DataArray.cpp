@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <utility>
 
 namespace vx::datastorage {
@@ -171,15 +170,6 @@ void DataArray::growAndAdd(DataTypeBase value)
 {
     if (makeRoom(m_size, 1))
         m_data[m_size++] = value;
-}
-
-void DataArray::addBlock(std::span<const DataTypeBase> samples)
-{
-    const auto count = static_cast<qint64>(samples.size());
-    if (count == 0 || !makeRoom(m_size, count))
-        return;
-    std::memcpy(m_data + m_size, samples.data(), samples.size_bytes());
-    m_size += count;
 }
 
 } // namespace vx::datastorage

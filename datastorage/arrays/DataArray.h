@@ -8,8 +8,6 @@
 
 #include <QtCore/QJsonObject>
 
-#include <span>
-
 namespace vx::datastorage {
 
 /// A growable sequence of 32-bit samples in one contiguous block of memory.
@@ -83,7 +81,6 @@ private:
     bool makeRoom(qint64 used, qint64 extra);
     void growBlock(qint64 used, qint64 target);
     void updateLimit();
-    void addBlock(std::span<const DataTypeBase> samples);
 
     DataTypeBase* m_data = nullptr;                    ///< the block, with m_allocated samples
     qint64 m_size = 0;                                 ///< samples in use

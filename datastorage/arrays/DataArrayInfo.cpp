@@ -218,13 +218,12 @@ bool DataArrayInfo::usesOwnAdditions() const
 template <typename Sample>
 void DataArrayInfo::addBlock(std::span<const Sample> samples)
 {
-    const SampleRange range = rangeOf(samples);
+    const SampleRange range =
+        m_dataArray ? StreamedArrayAccess::addBlock(*m_dataArray, samples) : rangeOf(samples);
     if (range.minimum < m_minValue)
         m_minValue = range.minimum;
     if (range.maximum > m_maxValue)
         m_maxValue = range.maximum;
-    if (m_dataArray)
-        StreamedArrayAccess::addBlock(*m_dataArray, asRawSamples(samples));
 }
 
 void DataArrayInfo::addSamples(std::span<const float> samples)

@@ -92,26 +92,45 @@ bool DataArrayInfoStreamed::updateToDiskStream(QIODevice& device)
     return m_streamed && m_streamed->updateToDiskStream(device);
 }
 
+// The getters have only the main thread's short way in themselves. With the rest in them they would save
+// and restore registers on every call, which costs as much again (ResidentSample).
+
 DataTypeBase DataArrayInfoStreamed::getSample(qint64 index) const
 {
     DataTypeBase sample;
-    if (m_streamed && StreamedArrayAccess::resident(*m_streamed, index, sample)) [[likely]]
+    if (m_streamed && StreamedArrayAccess::residentHere(*m_streamed, index, sample)) [[likely]]
         return sample;
-    return sampleFromCache(index);
+    return sampleSlowly(index);
 }
 
 float DataArrayInfoStreamed::getSampleFloat(qint64 index) const
 {
     DataTypeBase sample;
-    if (m_streamed && StreamedArrayAccess::resident(*m_streamed, index, sample)) [[likely]]
+    if (m_streamed && StreamedArrayAccess::residentHere(*m_streamed, index, sample)) [[likely]]
         return sample.floatValue;
-    return sampleFromCache(index).floatValue;
+    return sampleSlowly(index).floatValue;
 }
 
 int DataArrayInfoStreamed::getSampleInt(qint64 index) const
 {
     DataTypeBase sample;
-    if (m_streamed && StreamedArrayAccess::resident(*m_streamed, index, sample)) [[likely]]
+    if (m_streamed && StreamedArrayAccess::residentHere(*m_streamed, index, sample)) [[likely]]
+        return sample.intValue;
+    return sampleIntSlowly(index);
+}
+
+DataTypeBase DataArrayInfoStreamed::sampleSlowly(qint64 index) const
+{
+    DataTypeBase sample;
+    if (m_streamed && StreamedArrayAccess::resident(*m_streamed, index, sample))
+        return sample;
+    return sampleFromCache(index);
+}
+
+int DataArrayInfoStreamed::sampleIntSlowly(qint64 index) const
+{
+    DataTypeBase sample;
+    if (m_streamed && StreamedArrayAccess::resident(*m_streamed, index, sample))
         return sample.intValue;
     return StreamedArrayAccess::atFloatPrecision(sampleFromCache(index).intValue);
 }

@@ -115,6 +115,8 @@ protected:
 private:
     friend class StreamedArrayAccess;
 
+    DataTypeBase sampleSlowly(qint64 index) const;
+    int sampleIntSlowly(qint64 index) const;
     DataTypeBase sampleFromCache(qint64 index) const;
 
     quint64 m_lastTimeStreamed = 0;

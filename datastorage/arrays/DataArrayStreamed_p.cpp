@@ -217,30 +217,50 @@ void StreamedArrayAccess::takeLate(DataArrayStreamed& array)
     MemoryMeter::instance().settle(array.m_state->account);
 }
 
-void StreamedArrayAccess::addBlock(DataArray& array, std::span<const DataTypeBase> samples)
+template <typename Sample>
+SampleRange StreamedArrayAccess::addBlock(DataArray& array, std::span<const Sample> samples)
 {
     auto* streamed = dynamic_cast<DataArrayStreamed*>(&array);
-    if (!streamed) {
-        array.addBlock(samples);
-        return;
-    }
-    const nel::tools::Locker lock(streamed->m_memoryLock);
     if (samples.empty())
-        return;
-    if (!startFilling(*streamed)) {
-        std::vector<DataTypeBase>& late = streamed->m_state->late;
-        late.insert(late.end(), samples.begin(), samples.end());
-        streamed->m_realSize.fetch_add(sizeOf(samples));
-        return;
+        return {};
+    return streamed ? addBlockStreamed(*streamed, samples) : addBlockPlain(array, samples);
+}
+
+template SampleRange StreamedArrayAccess::addBlock(DataArray& array, std::span<const float> samples);
+template SampleRange StreamedArrayAccess::addBlock(DataArray& array, std::span<const int> samples);
+
+template <typename Sample>
+SampleRange StreamedArrayAccess::addBlockPlain(DataArray& array, std::span<const Sample> samples)
+{
+    const auto count = static_cast<qint64>(samples.size());
+    if (!array.makeRoom(array.m_size, count))
+        return rangeOf(samples);
+    const SampleRange range = copyWithRange(samples, array.m_data + array.m_size);
+    array.m_size += count;
+    return range;
+}
+
+template <typename Sample>
+SampleRange StreamedArrayAccess::addBlockStreamed(DataArrayStreamed& array, std::span<const Sample> samples)
+{
+    const auto count = static_cast<qint64>(samples.size());
+    const nel::tools::Locker lock(array.m_memoryLock);
+    if (!startFilling(array)) {
+        std::vector<DataTypeBase>& late = array.m_state->late;
+        const std::span<const DataTypeBase> raw = asRawSamples(samples);
+        late.insert(late.end(), raw.begin(), raw.end());
+        array.m_realSize.fetch_add(count);
+        return rangeOf(samples);
     }
-    const qint64 size = streamed->m_loadedSize.load();
-    if (!streamed->makeRoom(size, sizeOf(samples))) {
-        streamed->setReadWriteError(true);
-        return;
+    const qint64 size = array.m_loadedSize.load();
+    if (!array.makeRoom(size, count)) {
+        array.setReadWriteError(true);
+        return rangeOf(samples);
     }
-    std::memcpy(streamed->m_data + size, samples.data(), samples.size_bytes());
-    publishAdded(*streamed, size + sizeOf(samples), sizeOf(samples));
-    streamed->m_fillLimit = streamed->m_limit;
+    const SampleRange range = copyWithRange(samples, array.m_data + size);
+    publishAdded(array, size + count, count);
+    array.m_fillLimit = array.m_limit;
+    return range;
 }
 
 // Giving memory back

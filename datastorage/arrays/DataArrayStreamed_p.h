@@ -1,8 +1,10 @@
 #pragma once
 
+#include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/arrays/DataArrayStreamed.h>
 #include <datastorage/arrays/PinnedSamples_p.h>
 #include <datastorage/arrays/SampleBlock_p.h>
+#include <datastorage/arrays/SampleRange_p.h>
 #include <datastorage/cache/CacheThread_p.h>
 #include <datastorage/cache/MemoryMeter_p.h>
 
@@ -13,9 +15,6 @@
 class QFile;
 
 namespace vx::datastorage {
-
-class DataArrayInfo;
-class DataArrayInfoStreamed;
 
 /// What a streamed array keeps off its fast paths.
 class StreamedArrayState
@@ -55,7 +54,12 @@ class StreamedArrayAccess
 public:
     static DataArrayStreamed* arrayOf(DataArrayInfoStreamed& info);
 
-    /// Takes the sample at `index` of the array when it is in memory.
+    /// Takes the sample at `index` of the array when this is the main thread and the sample is in memory.
+    static bool residentHere(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
+    {
+        return CacheThread::isCurrent() && residentNow(array, index, sample);
+    }
+    /// Takes the sample at `index` of the array when it is in memory. Any thread.
     static bool resident(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
     {
         if (CacheThread::isCurrent()) [[likely]]
@@ -87,8 +91,9 @@ public:
     };
     static Footprint footprint(const DataArrayStreamed& array);
 
-    /// Appends a block of samples to an array of any kind.
-    static void addBlock(DataArray& array, std::span<const DataTypeBase> samples);
+    /// Appends a block of samples to an array of any kind and returns their range.
+    template <typename Sample>
+    static SampleRange addBlock(DataArray& array, std::span<const Sample> samples);
     static qint64 readSamples(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);
 
     /// Appends one sample to a streamed array without virtual dispatch.
@@ -177,6 +182,10 @@ private:
     }
 
     static bool takePin(const DataArrayStreamed& array, qint64 first, qint64 last, PinnedSamples& view);
+    template <typename Sample>
+    static SampleRange addBlockPlain(DataArray& array, std::span<const Sample> samples);
+    template <typename Sample>
+    static SampleRange addBlockStreamed(DataArrayStreamed& array, std::span<const Sample> samples);
     static bool startFilling(DataArrayStreamed& array);
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);

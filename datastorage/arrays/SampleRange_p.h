@@ -20,6 +20,11 @@ SampleRange rangeOf(std::span<const float> samples);
 /// The range of ints as floats; 2143289344 marks a missing sample.
 SampleRange rangeOf(std::span<const int> samples);
 
+/// As rangeOf(), and copies the samples to `to`, which has room for them and does not overlap them, in
+/// the same pass.
+SampleRange copyWithRange(std::span<const float> samples, DataTypeBase* to);
+SampleRange copyWithRange(std::span<const int> samples, DataTypeBase* to);
+
 static_assert(sizeof(DataTypeBase) == 4 && alignof(DataTypeBase) == 4);
 
 /// The same memory as raw samples: the union's members are its first bytes.
