@@ -19,8 +19,7 @@ constexpr qint64 chunkBytes = 1024;
 /// Bytes per read of a plain file: a read of 1024 bytes through QFile costs as much as copying 4 KiB.
 constexpr qint64 fileChunkBytes = 512 * 1024;
 
-/// Readers are woken after every 50th of the body or after this many bytes, whichever is more.
-constexpr qint64 minimumWakeBytes = 10 * 1024 * 1024;
+/// See MINIMUM_WAKE_BYTES.
 constexpr qint64 wakeFraction = 50;
 
 /// Bytes that a body may claim beyond what its device has; they are filled with missing samples.
@@ -62,7 +61,9 @@ bool SampleLoader::isPlausible(const QIODevice& device, qint64 count) const
 {
     if (count < 0 || count > SampleBlock::maximumSamples)
         return false;
-    return device.isSequential() || count * bytesPerSample - (device.size() - device.pos()) <= maximumPadding;
+    const qint64 bytes = count * bytesPerSample;
+    return bytes <= maximumPadding || device.isSequential() ||
+           bytes - (device.size() - device.pos()) <= maximumPadding;
 }
 
 /// Makes the block ready for `count` samples. When samples are readable already and this is not the
@@ -103,7 +104,7 @@ bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 co
     const bool isPlainFile = typeid(device) == typeid(QFile);
     qint64 remaining = (count - target.first) * bytesPerSample;
     qint64 chunk = std::min(isPlainFile ? fileChunkBytes : chunkBytes, remaining);
-    const qint64 wakeBytes = std::max(remaining / wakeFraction, minimumWakeBytes);
+    const qint64 wakeBytes = std::max(remaining / wakeFraction, MINIMUM_WAKE_BYTES);
     qint64 sinceWake = 0;
     bool delivers = target.first == 0 || device.seek(device.pos() + target.first * bytesPerSample);
     DataTypeBase* destination = target.block.samples() + target.first;

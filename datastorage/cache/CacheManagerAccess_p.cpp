@@ -1,6 +1,7 @@
 #include <datastorage/cache/CacheManagerAccess_p.h>
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
+#include <datastorage/arrays/SampleLoader_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheManager_p.h>
@@ -224,7 +225,12 @@ bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 inde
         if (!flush(info) && index < StreamedArrayAccess::firstIndex(array))
             return false;
     }
-    manager.readDataArrayFromDisk(info);
+    // Readers of a small array are released only when it is there, so that the thread that asks for it
+    // has nothing to do but wait.
+    if (bytesPerSample * StreamedArrayAccess::realSize(array) < MINIMUM_WAKE_BYTES)
+        loadHere(info);
+    else
+        manager.readDataArrayFromDisk(info);
     return true;
 }
 

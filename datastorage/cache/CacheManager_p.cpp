@@ -38,13 +38,14 @@ CompletionRunner::CompletionRunner(TaskTable& tasks) : m_tasks(tasks)
 void CompletionRunner::wake()
 {
     // Without an application the completions wait for the next awaitTaskFinished(). The call carries
-    // nothing, so nothing is shared through Qt.
-    if (QCoreApplication::instance())
+    // nothing, so nothing is shared through Qt; one that has not arrived yet serves for all.
+    if (QCoreApplication::instance() && !m_isCalled.exchange(true))
         QMetaObject::invokeMethod(this, "onWake", Qt::QueuedConnection);
 }
 
 void CompletionRunner::onWake()
 {
+    m_isCalled.store(false); // first: what is queued from now on needs a call of its own
     CacheThread::claim();
     m_tasks.runPending();
 }
@@ -162,6 +163,22 @@ void CacheManager::startReadTask(DataArrayInfoStreamed* info)
     if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
         StreamedArrayAccess::startLoad(*array);
     d->start(info, task);
+}
+
+void CacheManagerPrivate::loadHere(DataArrayInfoStreamed* info)
+{
+    do
+        manager.awaitTaskFinished(info);
+    while (!tasks.begin(info)); // another thread was faster
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+        StreamedArrayAccess::startLoad(*array);
+    const QString error = CacheTaskRead::load(registry.fileOf(info), info);
+    if (error.isEmpty()) {
+        manager.onReadTaskFinished(info);
+        return;
+    }
+    info->setReadWriteError(true);
+    manager.onReadTaskError(info, error);
 }
 
 void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)

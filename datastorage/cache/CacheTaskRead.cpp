@@ -1,6 +1,7 @@
 #include <datastorage/cache/CacheTaskRead.h>
 
 #include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/RegularFile_p.h>
 
 #include <tools/TaskHandOff_p.h>
 
@@ -19,12 +20,28 @@ constexpr qint64 bytesPerSample = 4;
 /// file is not trusted: a count from it must not decide how much memory is taken.
 bool canDeliver(QFile& file)
 {
+    const qint64 body = file.pos();
     qint64 stored = 0;
-    const qint64 bytes = file.size() - file.pos() - countBytes;
-    if (file.peek(reinterpret_cast<char*>(&stored), countBytes) != countBytes)
+    // Read and put back: peek() would go through memory of the device.
+    if (file.read(reinterpret_cast<char*>(&stored), countBytes) != countBytes || !file.seek(body))
         return false;
     const qint64 count = qFromLittleEndian(stored);
-    return count >= 0 && count <= bytes / bytesPerSample;
+    return count >= 0 && count <= (file.size() - body - countBytes) / bytesPerSample;
+}
+
+/// Why the file could not be opened.
+QString openError(const QString& fileName)
+{
+    const QFileInfo place(fileName);
+    if (!place.exists())
+        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + fileName +
+               QLatin1String(" doesn't exists\n");
+    QFile file(fileName);
+    // Opening a pipe in the file's place would block the thread; a directory is refused with a reason.
+    if (place.isFile() || place.isDir())
+        file.open(QIODevice::ReadOnly);
+    return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + fileName +
+           QLatin1String("\nerror : ") + file.errorString();
 }
 
 } // namespace
@@ -42,7 +59,7 @@ void CacheTaskRead::setDataArrayInfoToRead(const QString& fileName, DataArrayInf
 void CacheTaskRead::run()
 {
     nel::tools::acquireTask(this);
-    const QString error = load();
+    const QString error = load(m_fileName, m_info);
     if (error.isEmpty()) {
         Q_EMIT signal_readFinished(m_info);
         return;
@@ -52,22 +69,18 @@ void CacheTaskRead::run()
 }
 
 /// Loads the array; returns the text of what went wrong, empty when nothing did.
-QString CacheTaskRead::load()
+QString CacheTaskRead::load(const QString& fileName, DataArrayInfoStreamed* info)
 {
-    const QFileInfo place(m_fileName);
-    if (!place.exists())
-        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + m_fileName +
-               QLatin1String(" doesn't exists\n");
-    QFile file(m_fileName);
-    // Opening a pipe in the file's place would block the thread; a directory is refused with a reason.
-    if (!(place.isFile() || place.isDir()) || !file.open(QIODevice::ReadOnly))
-        return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + m_fileName +
-               QLatin1String("\nerror : ") + file.errorString();
+    QFile file;
+    // Reasons are looked for afterwards, so that a file that is as it should be costs one look at its
+    // path. All reads are as large as what is wanted: a buffer would only be copied.
+    if (!openRegularFile(file, fileName, QIODevice::Unbuffered))
+        return openError(fileName);
     if (readCacheFileVersion(file).value_or(0) < CACHE_FILE_VERSION)
-        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + m_fileName +
+        return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + fileName +
                QLatin1String(" has bad version number\n");
-    if (!canDeliver(file) || !m_info->readFromDiskStream(file))
-        return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + m_fileName;
+    if (!canDeliver(file) || !info->readFromDiskStream(file))
+        return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
     return QString();
 }
 

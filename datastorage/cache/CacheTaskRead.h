@@ -9,6 +9,8 @@
 
 namespace vx::datastorage {
 
+class CacheManagerPrivate;
+
 /// Loads the samples of one array from its cache file, on a thread of the global thread pool.
 ///
 /// Each run emits exactly one of the two signals, on the thread that runs the task, as the last thing
@@ -36,7 +38,9 @@ Q_SIGNALS:
     void signal_readError(DataArrayInfoStreamed* dataArray, const QString& error);
 
 private:
-    QString load();
+    friend class CacheManagerPrivate;
+
+    static QString load(const QString& fileName, DataArrayInfoStreamed* info);
 
     QString m_fileName;
     DataArrayInfoStreamed* m_info = nullptr;
