@@ -104,7 +104,7 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
             return sample;
         }
         const PoolThreadPause pause;
-        if (!d.startBringing(info, index))
+        if (!d.startBringing(info))
             return sample;
         Wait result = StreamedArrayAccess::waitForSample(array, index);
         if (result == Wait::NoMoreToCome) {
@@ -130,7 +130,7 @@ bool CacheManagerAccess::bringIn(DataArrayInfoStreamed& info, qint64 index)
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(info);
     CacheManagerPrivate& d = *cache->d;
     const PoolThreadPause pause;
-    while (!d.isReadFromFile(&info, array) && d.startBringing(&info, index)) {
+    while (!d.isReadFromFile(&info, array) && d.startBringing(&info)) {
         const Wait result = StreamedArrayAccess::waitForLoad(array, index);
         if (result == Wait::Readable)
             return true;
@@ -163,7 +163,7 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
         if (d.isReadFromFile(info, array))
             return d.readFromFile(info, first, out);
         const PoolThreadPause pause;
-        if (!d.startBringing(info, first) || StreamedArrayAccess::waitForLoad(array, first) == Wait::Error)
+        if (!d.startBringing(info) || StreamedArrayAccess::waitForLoad(array, first) == Wait::Error)
             return 0;
         if (const qint64 copied = StreamedArrayAccess::copyResident(array, first, out))
             return copied;
@@ -206,7 +206,7 @@ bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)
     return true;
 }
 
-bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 index)
+bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info)
 {
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     const bool isEmpty = StreamedArrayAccess::realSize(array) == 0;
@@ -222,8 +222,8 @@ bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 inde
     // New samples in memory behind those on disk would stand in the way of a load.
     if (StreamedArrayAccess::firstIndex(array) > 0 && StreamedArrayAccess::loadedSize(array) > 0) {
         manager.awaitTaskFinished(info);
-        if (!flush(info) && index < StreamedArrayAccess::firstIndex(array))
-            return false;
+        if (!flush(info))
+            return false; // a load would take their place
     }
     // Readers of a small array are released only when it is there, so that the thread that asks for it
     // has nothing to do but wait.

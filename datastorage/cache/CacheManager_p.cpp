@@ -38,14 +38,14 @@ CompletionRunner::CompletionRunner(TaskTable& tasks) : m_tasks(tasks)
 void CompletionRunner::wake()
 {
     // Without an application the completions wait for the next awaitTaskFinished(). The call carries
-    // nothing, so nothing is shared through Qt; one that has not arrived yet serves for all.
-    if (QCoreApplication::instance() && !m_isCalled.exchange(true))
+    // nothing, so nothing is shared through Qt. One call per completion: an application object that goes
+    // away takes the calls that wait with it.
+    if (QCoreApplication::instance())
         QMetaObject::invokeMethod(this, "onWake", Qt::QueuedConnection);
 }
 
 void CompletionRunner::onWake()
 {
-    m_isCalled.store(false); // first: what is queued from now on needs a call of its own
     CacheThread::claim();
     m_tasks.runPending();
 }

@@ -36,7 +36,6 @@ public Q_SLOTS:
 
 private:
     TaskTable& m_tasks;
-    std::atomic<bool> m_isCalled{false}; ///< a call of onWake() is on its way
 };
 
 /// The parts of the cache manager and the steps that its operations share.
@@ -86,10 +85,10 @@ public:
 
     /// Copies samples straight from the file of `info`; returns how many.
     qint64 readFromFile(const DataArrayInfoStreamed* info, qint64 first, std::span<DataTypeBase> out) const;
-    /// Brings the sample at `index` of `info` into memory, as far as starting that goes. Returns false
+    /// Brings what is absent of `info` into memory, as far as starting that goes. Returns false
     /// when no load can bring it.
-    bool startBringing(DataArrayInfoStreamed* info, qint64 index);
-    /// As startBringing() for the first sample, on the main thread and without waiting for anything.
+    bool startBringing(DataArrayInfoStreamed* info);
+    /// As startBringing(), on the main thread and without waiting for anything.
     bool startBringingSoon(DataArrayInfoStreamed* info);
     /// Whether samples of `info` that are not in memory are to be read from the file one by one, because
     /// the block holds other samples.
