@@ -76,7 +76,7 @@ private:
         m_buffer.clear();
     }
 
-    static constexpr std::size_t BLOCK = 1024 * 1024;
+    static constexpr std::size_t BLOCK = std::size_t{1024} * 1024;
     QSaveFile m_file;
     bool m_ok;
     std::string m_buffer;

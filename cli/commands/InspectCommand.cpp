@@ -63,7 +63,7 @@ struct Inspection
 
 bool inspect(const QString& path, qint64 shown, Inspection& inspection, InputError& error)
 {
-    constexpr qint64 BLOCK_BYTES = 1024 * 1024;
+    constexpr qint64 BLOCK_BYTES = qint64{1024} * 1024;
     error.file = path;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {

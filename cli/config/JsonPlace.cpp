@@ -78,7 +78,7 @@ private:
         while (!atEnd() && here() != '"') {
             m_position += here() == '\\' ? 2 : 1;
         }
-        const QByteArray string = m_json.mid(start, m_position - start);
+        QByteArray string = m_json.mid(start, m_position - start);
         ++m_position;
         return string;
     }

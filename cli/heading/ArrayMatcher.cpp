@@ -157,14 +157,14 @@ QStringList conceptsOf(const QStringList& words)
 /// What a symbol or fixed expression means; empty for an ordinary name.
 QString symbolConcept(const QString& name)
 {
-    const QString known = conceptIn(SYNONYM_NAMES, name);
+    QString known = conceptIn(SYNONYM_NAMES, name);
     return known.isEmpty() ? conceptIn(SYNONYM_NAMES, withoutTrailingNumber(name)) : known;
 }
 
 /// What a name as a whole means: its symbol, or its last word, which names the quantity in English.
 QString conceptOf(const QString& name)
 {
-    const QString symbol = symbolConcept(name);
+    QString symbol = symbolConcept(name);
     if (!symbol.isEmpty()) {
         return symbol;
     }

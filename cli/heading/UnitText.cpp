@@ -103,7 +103,7 @@ QString normalised(QString text)
 QString wordAlias(const QString& word)
 {
     const QString lower = word.toLower();
-    const QString found = findAlias(ALIAS_WORDS, lower);
+    QString found = findAlias(ALIAS_WORDS, lower);
     if (!found.isEmpty() || !lower.endsWith(QLatin1Char('s'))) {
         return found;
     }

@@ -160,14 +160,14 @@ bool openTable(const QJsonObject& object, const QDir& directory, MeasuredTable& 
     table.path = object.value(QLatin1String("path")).toString();
     table.key = object.value(QLatin1String("key")).toString();
     table.rows = object.value(QLatin1String("rows")).toInteger();
-    for (const QJsonValue& warning : object.value(QLatin1String("warnings")).toArray()) {
+    for (const auto& warning : object.value(QLatin1String("warnings")).toArray()) {
         table.warnings.append(warning.toString());
     }
     if (table.key.isEmpty()) {
         return fail(error, directory.filePath(QLatin1String(ARCHIVE_FILE)),
                     QStringLiteral("expected a \"key\" for each file"));
     }
-    for (const QJsonValue& value : object.value(QLatin1String("arrays")).toArray()) {
+    for (const auto& value : object.value(QLatin1String("arrays")).toArray()) {
         MeasuredColumn column;
         if (!openColumn(value.toObject(), directory, table, column, error)) {
             return false;
@@ -215,7 +215,7 @@ bool openTables(std::vector<MeasuredTable>& tables, const QString& directoryName
         return fail(error, file.fileName(),
                     QStringLiteral("expected a report saved with --save, version %1").arg(ARCHIVE_VERSION));
     }
-    for (const QJsonValue& value : root.value(QLatin1String("files")).toArray()) {
+    for (const auto& value : root.value(QLatin1String("files")).toArray()) {
         MeasuredTable table;
         const bool opened = openTable(value.toObject(), directory, table, error);
         tables.push_back(std::move(table));

@@ -25,7 +25,7 @@ class TableImport
 {
 public:
     /// Bytes of samples that may always be in memory while a table is read.
-    static constexpr qint64 FILL_BYTES = 24 * 1024 * 1024;
+    static constexpr qint64 FILL_BYTES = qint64{24} * 1024 * 1024;
 
     /// @param columnNames  headings for tables that have none; empty when the user gave none
     TableImport(const ArrayMatcher& matcher, QStringList columnNames, CacheWatch& watch, Console& console);

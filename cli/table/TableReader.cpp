@@ -14,7 +14,7 @@ namespace vx::cli {
 namespace {
 
 constexpr std::string_view UTF8_MARK = "\xEF\xBB\xBF";
-constexpr std::size_t FORMAT_SAMPLE_BYTES = 64 * 1024;
+constexpr std::size_t FORMAT_SAMPLE_BYTES = std::size_t{64} * 1024;
 
 /// A text for a message: cut, so that the message stays one readable line.
 QString quotedForMessage(std::string_view text)

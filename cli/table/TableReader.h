@@ -28,7 +28,7 @@ class TableReader
 {
 public:
     /// Bytes of the buffer; no row may be longer.
-    static constexpr std::size_t BUFFER_SIZE = 512 * 1024;
+    static constexpr std::size_t BUFFER_SIZE = std::size_t{512} * 1024;
 
     /// Reads from an open device, which the caller keeps alive.
     explicit TableReader(QIODevice& device);

@@ -89,7 +89,7 @@ TEST_F(VxdataCommands, UnitsListsWhatTheLibraryOffers)
     using namespace vx::datastorage;
     const QJsonArray parameters = run({"units", "--json"}).json()["parameters"].toArray();
     ASSERT_EQ(parameters.size(), ParameterVolumeDqDu - ParameterNone);
-    for (const QJsonValue& value : parameters) {
+    for (const auto& value : parameters) {
         const QJsonObject object = value.toObject();
         const auto parameter = static_cast<PhysicalParameter>(object["number"].toInt());
         SCOPED_TRACE(object["name"].toString().toStdString());
@@ -143,7 +143,7 @@ TEST_F(VxdataCommands, CheckAcceptsTheBuiltInConfiguration)
         run({"check", VXDATA_SOURCE_DIR "/data/default-data-configuration.json", "--json"});
     EXPECT_EQ(result.exitCode, 0);
     QStringList names;
-    for (const QJsonValue& array : result.json()["arrays"].toArray()) {
+    for (const auto& array : result.json()["arrays"].toArray()) {
         names.append(array.toObject()["name"].toString());
     }
     for (const char* name : {"Time", "Voltage", "Current", "Charge", "Energy", "Power", "Temperature",

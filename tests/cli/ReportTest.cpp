@@ -290,7 +290,7 @@ TEST_F(VxdataReport, AgreesWithAnIndependentComputationOnALargeTable)
     constexpr int COLUMNS = 8;
     QByteArray table =
         "Time [s],Voltage [V],Current [mA],Power [W],Energy [Wh],Charge [mAh],Cycle,Temp [C]\n";
-    table.reserve(COLUMNS * 9 * ROWS);
+    table.reserve(qsizetype{COLUMNS} * 9 * ROWS);
     std::vector<double> sums(COLUMNS, 0.0);
     unsigned state = 12345;
     for (int row = 0; row < ROWS; ++row) {

@@ -1,4 +1,5 @@
 #include "table/TableReader.h"
+#include "support/Printers.h"
 
 #include <QtCore/QBuffer>
 
@@ -10,7 +11,9 @@
 #include <cstring>
 #include <limits>
 #include <ostream>
+#include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -279,6 +282,38 @@ TEST(TableReader, CountsTheBytesItTookFromTheDevice)
     InputError error;
     ASSERT_TRUE(reader.open(error));
     EXPECT_EQ(reader.bytesRead(), bytes.size());
+}
+
+/// Whatever the bytes are, the pieces in which they arrive must not show.
+TEST(TableReader, ReadsTheSameFromEveryPieceSize)
+{
+    constexpr std::string_view ALPHABET("0123456789.,;\t\"\"\r\n\n -+eEnaN/A\0x", 33);
+    std::mt19937 random(20240531);
+    int good = 0;
+    int bad = 0;
+    for (int table = 0; table < 3000; ++table) {
+        std::string text = table % 3 == 0 ? "" : table % 3 == 1 ? "a,b\n1,2\n" : "a;b\r\n1,5;2\r\n";
+        for (auto length = random() % 24; length > 0; --length) {
+            text += ALPHABET[random() % ALPHABET.size()];
+        }
+        const Outcome whole = readTable(text, 1 << 20, 1000);
+        (whole.ok ? good : bad)++;
+        for (const qint64 atATime : {1, 2, 5}) {
+            SCOPED_TRACE(::testing::PrintToString(text) + " in pieces of " + std::to_string(atATime));
+            const Outcome pieces = readTable(text, atATime, 2);
+            ASSERT_EQ(pieces.ok, whole.ok);
+            ASSERT_EQ(pieces.headings, whole.headings);
+            ASSERT_EQ(pieces.error.line, whole.error.line);
+            ASSERT_EQ(pieces.error.column, whole.error.column);
+            ASSERT_EQ(pieces.error.text, whole.error.text);
+            if (whole.ok) {
+                ASSERT_THAT(pieces.values,
+                            ::testing::Pointwise(::testing::NanSensitiveDoubleEq(), whole.values));
+            }
+        }
+    }
+    EXPECT_GT(good, 100);
+    EXPECT_GT(bad, 100);
 }
 
 } // namespace

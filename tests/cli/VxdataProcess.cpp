@@ -92,7 +92,7 @@ QStringList VxdataTest::leftovers() const
 
 QJsonObject arrayOf(const QJsonObject& report, const QString& name, qsizetype file)
 {
-    for (const QJsonValue& array : report["files"].toArray().at(file).toObject()["arrays"].toArray()) {
+    for (const auto& array : report["files"].toArray().at(file).toObject()["arrays"].toArray()) {
         if (array.toObject()["name"].toString() == name) {
             return array.toObject();
         }
@@ -104,7 +104,7 @@ QJsonObject arrayOf(const QJsonObject& report, const QString& name, qsizetype fi
 QStringList arrayNames(const QJsonObject& report, qsizetype file)
 {
     QStringList names;
-    for (const QJsonValue& array : report["files"].toArray().at(file).toObject()["arrays"].toArray()) {
+    for (const auto& array : report["files"].toArray().at(file).toObject()["arrays"].toArray()) {
         names.append(array.toObject()["name"].toString());
     }
     return names;
@@ -113,7 +113,7 @@ QStringList arrayNames(const QJsonObject& report, qsizetype file)
 QStringList warningsOf(const QJsonObject& report, qsizetype file)
 {
     QStringList warnings;
-    for (const QJsonValue& warning : report["files"].toArray().at(file).toObject()["warnings"].toArray()) {
+    for (const auto& warning : report["files"].toArray().at(file).toObject()["warnings"].toArray()) {
         warnings.append(warning.toString());
     }
     return warnings;
