@@ -17,13 +17,13 @@ constexpr qint64 bytesPerSample = 4;
 /// before the end.
 constexpr qint64 chunkBytes = 1024;
 /// Bytes per read of a plain file: a read of 1024 bytes through QFile costs as much as copying 4 KiB.
-constexpr qint64 fileChunkBytes = 512 * 1024;
+constexpr qint64 fileChunkBytes = qint64{512} * 1024;
 
 /// See MINIMUM_WAKE_BYTES.
 constexpr qint64 wakeFraction = 50;
 
 /// Bytes that a body may claim beyond what its device has; they are filled with missing samples.
-constexpr qint64 maximumPadding = 64 * 1024 * 1024;
+constexpr qint64 maximumPadding = qint64{64} * 1024 * 1024;
 
 /// Reads `bytes` bytes, in as many reads as the device needs; returns how many came.
 qint64 readFully(QIODevice& device, char* data, qint64 bytes)

@@ -9,7 +9,7 @@ class QIODevice;
 namespace vx::datastorage {
 
 /// Readers are woken after every 50th of the body or after this many bytes, whichever is more.
-inline constexpr qint64 MINIMUM_WAKE_BYTES = 10 * 1024 * 1024;
+inline constexpr qint64 MINIMUM_WAKE_BYTES = qint64{10} * 1024 * 1024;
 
 /// Loads the body of a cache file into a streamed array and releases the readers that wait for it.
 class SampleLoader

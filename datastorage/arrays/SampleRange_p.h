@@ -25,7 +25,8 @@ SampleRange rangeOf(std::span<const int> samples);
 SampleRange copyWithRange(std::span<const float> samples, DataTypeBase* to);
 SampleRange copyWithRange(std::span<const int> samples, DataTypeBase* to);
 
-static_assert(sizeof(DataTypeBase) == 4 && alignof(DataTypeBase) == 4);
+static_assert(sizeof(DataTypeBase) == sizeof(float));
+static_assert(alignof(DataTypeBase) == alignof(float));
 
 /// The same memory as raw samples: the union's members are its first bytes.
 template <typename Sample>

@@ -20,7 +20,7 @@ constexpr QFileDevice::Permissions cacheFilePermissions = QFileDevice::ReadOwner
 
 /// Bodies from this size on get their disk space at once, which spares the file system growing the
 /// file piece by piece.
-constexpr qint64 reserveFromBytes = 1024 * 1024;
+constexpr qint64 reserveFromBytes = qint64{1024} * 1024;
 
 } // namespace
 
