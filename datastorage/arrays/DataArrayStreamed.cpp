@@ -124,6 +124,7 @@ void DataArrayStreamed::clear()
     m_state->late.clear();
     m_state->loading = false;
     ++m_state->loadGeneration;
+    ++m_state->contentGeneration;
     m_state->samplesOnDisk.store(0);
     m_firstIndex.store(0);
     m_realSize.store(0);

@@ -62,7 +62,15 @@ qint64 StreamedArrayAccess::sizeInBlock(const DataArrayStreamed& array)
 StreamedArrayAccess::HeldBlock StreamedArrayAccess::hold(const DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
-    return {SampleBlockUser(array.m_data), std::min(sizeInBlock(array), array.m_allocated)};
+    const qint64 count = std::min(sizeInBlock(array), array.m_allocated);
+    return {SampleBlockUser(array.m_data), array.m_firstIndex.load(), count,
+            std::min(array.m_loadedSize.load(), count)};
+}
+
+quint64 StreamedArrayAccess::loadGeneration(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return array.m_state->loadGeneration;
 }
 
 bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
@@ -95,8 +103,8 @@ qint64 StreamedArrayAccess::copyResident(const DataArrayStreamed& array, qint64 
                                          std::span<DataTypeBase> out)
 {
     const HeldBlock held = hold(array);
-    const quint64 at = static_cast<quint64>(first) - static_cast<quint64>(firstIndex(array));
-    const auto loaded = static_cast<quint64>(std::min(loadedSize(array), held.count));
+    const quint64 at = static_cast<quint64>(first) - static_cast<quint64>(held.first);
+    const auto loaded = static_cast<quint64>(held.loaded);
     if (at >= loaded)
         return 0;
     const qint64 count = std::min(static_cast<qint64>(loaded - at), sizeOf(out));
@@ -192,6 +200,13 @@ void StreamedArrayAccess::stopFilling(DataArrayStreamed& array)
     MemoryMeter::instance().settle(state.account);
 }
 
+void StreamedArrayAccess::collectLate(DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    if (!array.m_state->late.empty() && !array.m_state->loading)
+        takeLate(array);
+}
+
 void StreamedArrayAccess::finishFilling(DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
@@ -215,6 +230,12 @@ void StreamedArrayAccess::takeLate(DataArrayStreamed& array)
     late.clear();
     array.m_loadedSize.store(array.m_size, std::memory_order_release);
     MemoryMeter::instance().settle(array.m_state->account);
+}
+
+/// Whether the block, which starts at index 0, and the samples that wait beside it are not the whole array.
+bool StreamedArrayAccess::isMissingSamples(const DataArrayStreamed& array)
+{
+    return array.m_loadedSize.load() + sizeOf(array.m_state->late) < array.m_realSize.load();
 }
 
 template <typename Sample>
@@ -321,6 +342,8 @@ void StreamedArrayAccess::dropWritten(DataArrayStreamed& array)
 void StreamedArrayAccess::startLoad(const DataArrayStreamed& array)
 {
     array.m_state->loadStart.store(steadyNanoseconds());
+    const nel::tools::Locker lock(array.m_memoryLock);
+    array.m_state->contentOfLoad = array.m_state->contentGeneration;
     array.m_state->pendingLoads.fetch_add(1);
 }
 
@@ -362,7 +385,7 @@ StreamedArrayAccess::Wait StreamedArrayAccess::waitForSample(const DataArrayStre
 bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
 {
     SampleWriter writer(array);
-    const bool holdsEnd = firstIndex(array) > 0 || loadedSize(array) < realSize(array);
+    const bool holdsEnd = !writer.holdsStart() || loadedSize(array) < realSize(array);
     // Appending a block whose first samples the file has already would write those twice.
     const bool repeats = array.m_useBatchMode.load() && array.m_state->samplesOnDisk.load() > 0;
     return holdsEnd || repeats ? writer.appendMissing(file) : writer.update(file);
@@ -370,7 +393,10 @@ bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
 
 bool StreamedArrayAccess::writeFile(DataArrayStreamed& array, QFile& file)
 {
-    return SampleWriter(array).writeWhole(file);
+    SampleWriter writer(array);
+    // A file that is gone has taken the samples before the block with it; those of the block must not
+    // take their places.
+    return writer.holdsStart() && writer.writeWhole(file);
 }
 
 void StreamedArrayAccess::confirmWrite(DataArrayStreamed& array, bool whole, bool ok)

@@ -34,10 +34,14 @@ public:
     std::atomic<qint64> loadStart{0};
     /// Samples that the last finished load found in the file.
     std::atomic<qint64> lastLoadedSize{0};
+    /// Loads after which samples were still missing: the file does not have them.
+    std::atomic<quint64> shortLoads{0};
 
     // Guarded by the array's memory lock.
     bool filling = false;           ///< loadedSize counts the samples in the block, m_size is stale
     bool loading = false;           ///< a loader writes into the block
+    quint64 contentGeneration = 0;  ///< goes up when the array is cleared
+    quint64 contentOfLoad = 0;      ///< contentGeneration when the pending load was asked for
     quint64 loadGeneration = 0;     ///< a loader whose generation has passed must not publish
     std::vector<DataTypeBase> late; ///< samples added while the block could not take them
 
@@ -113,11 +117,16 @@ public:
     static qint64 firstIndex(const DataArrayStreamed& array);
     static qint64 realSize(const DataArrayStreamed& array);
     static qint64 loadedSize(const DataArrayStreamed& array);
+    /// Changes whenever the block is dropped or begins to be loaded.
+    static quint64 loadGeneration(const DataArrayStreamed& array);
     /// The array's samples, all of them, are in memory.
     static bool isWholeInMemory(const DataArrayStreamed& array);
     /// Some samples in memory are not in the cache file.
     static bool hasUnwrittenSamples(const DataArrayStreamed& array);
     static void setSamplesOnDisk(const DataArrayStreamed& array, qint64 count);
+    /// Moves samples that wait beside the block into it, if it can take them. Main thread, with no load under
+    /// way.
+    static void collectLate(DataArrayStreamed& array);
     /// The run of additions is over: the memory meter takes over the count.
     static void finishFilling(DataArrayStreamed& array);
     /// The array may lose its block: everything is in the cache file and nobody loads.
@@ -156,10 +165,13 @@ private:
     friend class SampleLoader;
     friend class SampleWriter;
 
+    /// A block as it was at one moment.
     struct HeldBlock
     {
         SampleBlockUser block;
-        qint64 count;
+        qint64 first;  ///< index in the array of its first sample
+        qint64 count;  ///< samples that it holds or will hold
+        qint64 loaded; ///< samples that can be read
     };
     static HeldBlock hold(const DataArrayStreamed& array);
     static qint64 sizeInBlock(const DataArrayStreamed& array);
@@ -189,6 +201,7 @@ private:
     static bool startFilling(DataArrayStreamed& array);
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);
+    static bool isMissingSamples(const DataArrayStreamed& array);
     static void replaceSharedBlock(DataArrayStreamed& array);
     static void dropBlock(DataArrayStreamed& array);
     static bool keepLast(DataArrayStreamed& array, qint64 keep);

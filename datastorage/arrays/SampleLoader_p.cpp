@@ -74,9 +74,17 @@ std::optional<SampleLoader::Target> SampleLoader::prepare(qint64 count)
     const nel::tools::Locker lock(m_array.m_memoryLock);
     StreamedArrayState& state = StreamedArrayAccess::state(m_array);
     const qint64 loaded = m_array.m_loadedSize.load();
+    // A file that was opened before the array was cleared holds samples that nobody wants any more.
+    if (state.pendingLoads.load() > 0 && state.contentOfLoad != state.contentGeneration)
+        return Target{SampleBlockUser(nullptr), state.loadGeneration, -1};
     if (loaded > 0 && !CacheThread::isCurrent()) {
-        if (loaded == StreamedArrayAccess::sizeInBlock(m_array))
+        // While the block is filled its size grows at any moment.
+        if (state.filling || loaded == m_array.m_size) {
+            if (!state.filling && m_array.m_firstIndex.load() == 0 &&
+                StreamedArrayAccess::isMissingSamples(m_array))
+                state.shortLoads.fetch_add(1);
             return Target{SampleBlockUser(nullptr), state.loadGeneration, -1};
+        }
         if (m_array.m_size != count || m_array.m_firstIndex.load() != 0)
             return std::nullopt;
     } else {
@@ -147,6 +155,8 @@ void SampleLoader::finish(quint64 generation, qint64 count)
         return;
     state.loading = false;
     state.lastLoadedSize.store(count);
+    if (StreamedArrayAccess::isMissingSamples(m_array))
+        state.shortLoads.fetch_add(1);
     MemoryMeter::instance().settle(state.account);
     if (count >= m_array.m_realSize.load() - static_cast<qint64>(state.late.size()))
         StreamedArrayAccess::takeLate(m_array);

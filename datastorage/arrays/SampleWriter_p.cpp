@@ -17,7 +17,7 @@ constexpr qint64 bytesPerSample = 4;
 SampleWriter::SampleWriter(DataArrayStreamed& array)
     : m_array(array), m_held(StreamedArrayAccess::hold(array))
 {
-    StreamedArrayAccess::state(array).endOfWrite = StreamedArrayAccess::firstIndex(array) + m_held.count;
+    StreamedArrayAccess::state(array).endOfWrite = m_held.first + m_held.count;
 }
 
 bool SampleWriter::writeCount(QIODevice& device, qint64 count) const
@@ -69,15 +69,14 @@ bool SampleWriter::appendMissing(QIODevice& device)
 {
     const Body body = readBody(device);
     device.seek(body.position);
-    const qint64 first = StreamedArrayAccess::firstIndex(m_array);
-    const qint64 end = first + m_held.count;
+    const qint64 end = m_held.first + m_held.count;
     if (body.count >= end) {
         StreamedArrayAccess::state(m_array).endOfWrite = body.count;
         return true;
     }
-    if (body.count < first)
+    if (body.count < m_held.first)
         return false; // samples between the body and the block are nowhere
-    return append(device, body, end, body.count - first);
+    return append(device, body, end, body.count - m_held.first);
 }
 
 /// Writes the new count and continues the body with the block's samples from `firstInBlock` on. When

@@ -15,6 +15,9 @@ class SampleWriter
 public:
     explicit SampleWriter(DataArrayStreamed& array);
 
+    /// Whether the block starts with the array's first sample.
+    bool holdsStart() const { return m_held.first == 0; }
+
     /// Writes count and samples at the device's position, both attempted. Returns whether both took
     /// everything.
     bool writeWhole(QIODevice& device);

@@ -177,19 +177,13 @@ QList<QString> CacheManager::getDataSourceFileCacheList(const QString& keyPrefix
 
 bool CacheManager::updateDataCachePath(const QString& newKey, DataArrayInfoStreamed* info)
 {
-    awaitTaskFinished(info);
-    const QString oldKey = getDataArrayInfoKey(info);
-    const QString oldFile = d->registry.fileOf(info);
-    if (d->remove(State::Cached, oldKey, info) != 1)
-        return false;
-    d->insert(State::Cached, newKey, info);
-    CacheManagerPrivate::closeStream(info);
-    const QString newFile = d->registry.fileOf(info);
-    if (QFile::rename(oldFile, newFile))
-        return true;
-    if (QFile::exists(oldFile))
-        d->registry.setFile(info, newKey, oldFile);
-    return false;
+    // As long as this counts as the array's task, no thread that wants a sample looks for the file.
+    do
+        awaitTaskFinished(info);
+    while (!d->tasks.begin(info));
+    const bool isMoved = d->refile(info, newKey);
+    d->finish(info, [] {});
+    return isMoved;
 }
 
 // Filing
@@ -314,10 +308,8 @@ bool CacheManager::appendDataArray(DataArrayInfoStreamed* info, const QString& k
     if (isNew)
         d->removeStaleFile(info);
     awaitTaskFinished(info);
-    if (d->tasks.begin(info))
+    if (d->tasks.beginWrite(info))
         startWriteTask(info, true);
-    else
-        d->tasks.requestWrite(info);
     return true;
 }
 
@@ -334,10 +326,8 @@ bool CacheManager::readDataArrayFromDisk(DataArrayInfoStreamed* info)
 
 bool CacheManager::writeDataArrayToDisk(DataArrayInfoStreamed* info)
 {
-    if (d->tasks.begin(info))
+    if (d->tasks.beginWrite(info))
         startWriteTask(info, false);
-    else
-        d->tasks.requestWrite(info);
     return true;
 }
 

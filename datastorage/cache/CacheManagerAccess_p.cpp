@@ -15,6 +15,7 @@
 
 namespace vx::datastorage {
 
+using Bringing = CacheManagerPrivate::Bringing;
 using Wait = StreamedArrayAccess::Wait;
 
 namespace {
@@ -48,6 +49,39 @@ public:
 private:
     QThreadPool* m_pool;
 };
+
+/// What is left to do for somebody who wants a sample that was not in memory.
+enum class Next
+{
+    Look,      ///< it is there, or is to be asked for again
+    GiveUp,    ///< there is no such sample
+    ShortFile, ///< the file does not have it
+    Failed     ///< the array is, or was, in error
+};
+
+/// Brings the sample at `index` into memory and waits with `wait`.
+Next bring(CacheManagerPrivate& d, DataArrayInfoStreamed* info, qint64 index,
+           Wait (*wait)(const DataArrayStreamed&, qint64))
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    const StreamedArrayState& state = StreamedArrayAccess::state(array);
+    const quint64 shortLoadsBefore = state.shortLoads.load();
+    const Bringing bringing = d.startBringing(info, index);
+    if (bringing != Bringing::Started)
+        return bringing == Bringing::LookAgain ? Next::Look : Next::GiveUp;
+    const Wait result = wait(array, index);
+    if (result != Wait::NoMoreToCome)
+        return result == Wait::Readable ? Next::Look : Next::Failed;
+    // The main thread drops blocks itself, so nothing goes away behind its back. Any other thread may
+    // find that what was loaded is gone when it comes to look, or that nothing was loaded because the
+    // array was in use otherwise; neither tells anything about the file.
+    const bool mayHaveMissedIt = !CacheThread::isCurrent();
+    if (mayHaveMissedIt && index < state.lastLoadedSize.load())
+        return Next::Look;
+    if (index >= StreamedArrayAccess::realSize(array))
+        return Next::GiveUp;
+    return mayHaveMissedIt && state.shortLoads.load() == shortLoadsBefore ? Next::Look : Next::ShortFile;
+}
 
 } // namespace
 
@@ -95,27 +129,30 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     CacheManagerPrivate& d = *cache->d;
     DataTypeBase sample = missingSample();
+    // The file may have been taken out of use after its samples had come into memory, from where they
+    // may be gone again.
+    const auto isLost = [&](quint64 generation) {
+        return d.isReadFromFile(info, array) && StreamedArrayAccess::loadGeneration(array) == generation;
+    };
     for (;;) {
         if (StreamedArrayAccess::resident(array, index, sample) ||
             StreamedArrayAccess::copyLate(array, index, {&sample, 1}) > 0)
             return sample;
+        const quint64 generation = StreamedArrayAccess::loadGeneration(array);
         if (d.isReadFromFile(info, array)) {
-            d.readFromFile(info, index, {&sample, 1});
-            return sample;
+            if (d.readFromFile(info, index, {&sample, 1}) > 0 ||
+                StreamedArrayAccess::resident(array, index, sample) || isLost(generation))
+                return sample;
+            continue;
         }
         const PoolThreadPause pause;
-        if (!d.startBringing(info))
-            return sample;
-        Wait result = StreamedArrayAccess::waitForSample(array, index);
-        if (result == Wait::NoMoreToCome) {
-            if (index < StreamedArrayAccess::state(array).lastLoadedSize.load() && !CacheThread::isCurrent())
-                continue; // loaded, and evicted again before this thread came to look
-            if (index >= StreamedArrayAccess::realSize(array))
-                return sample;
+        Next next = bring(d, info, index, StreamedArrayAccess::waitForSample);
+        if (next == Next::ShortFile) {
             d.reportShortFile(info);
-            result = StreamedArrayAccess::waitForSample(array, index);
+            const Wait result = StreamedArrayAccess::waitForSample(array, index);
+            next = result == Wait::Readable ? Next::Look : Next::Failed;
         }
-        if (result == Wait::Readable)
+        if (next == Next::Look)
             continue;
         StreamedArrayAccess::resident(array, index, sample);
         return sample;
@@ -130,13 +167,12 @@ bool CacheManagerAccess::bringIn(DataArrayInfoStreamed& info, qint64 index)
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(info);
     CacheManagerPrivate& d = *cache->d;
     const PoolThreadPause pause;
-    while (!d.isReadFromFile(&info, array) && d.startBringing(&info)) {
-        const Wait result = StreamedArrayAccess::waitForLoad(array, index);
-        if (result == Wait::Readable)
-            return true;
-        const bool wasEvictedAgain = index < StreamedArrayAccess::state(array).lastLoadedSize.load();
-        if (result == Wait::Error || CacheThread::isCurrent() || !wasEvictedAgain)
+    DataTypeBase sample;
+    while (!d.isReadFromFile(&info, array)) {
+        if (bring(d, &info, index, StreamedArrayAccess::waitForLoad) != Next::Look)
             return false;
+        if (StreamedArrayAccess::resident(array, index, sample))
+            return true;
     }
     return false;
 }
@@ -157,18 +193,28 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
     auto* info = const_cast<DataArrayInfoStreamed*>(streamedInfo);
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     CacheManagerPrivate& d = *cache->d;
+    // The file may have been taken out of use after its samples had come into memory, from where they
+    // may be gone again.
+    const auto isLost = [&](quint64 generation) {
+        return d.isReadFromFile(info, array) && StreamedArrayAccess::loadGeneration(array) == generation;
+    };
     for (;;) {
-        if (const qint64 copied = StreamedArrayAccess::copyLate(array, first, out))
-            return copied;
-        if (d.isReadFromFile(info, array))
-            return d.readFromFile(info, first, out);
-        const PoolThreadPause pause;
-        if (!d.startBringing(info) || StreamedArrayAccess::waitForLoad(array, first) == Wait::Error)
-            return 0;
         if (const qint64 copied = StreamedArrayAccess::copyResident(array, first, out))
             return copied;
-        const bool wasEvictedAgain = first < StreamedArrayAccess::state(array).lastLoadedSize.load();
-        if (CacheThread::isCurrent() || !wasEvictedAgain)
+        if (const qint64 copied = StreamedArrayAccess::copyLate(array, first, out))
+            return copied;
+        const quint64 generation = StreamedArrayAccess::loadGeneration(array);
+        if (d.isReadFromFile(info, array)) {
+            qint64 copied = d.readFromFile(info, first, out);
+            if (copied == 0)
+                copied = StreamedArrayAccess::copyResident(array, first, out);
+            if (copied > 0 || isLost(generation))
+                return copied;
+            continue;
+        }
+        // In error a load would be waited for by nobody, and another one asked for by the next call.
+        const PoolThreadPause pause;
+        if (array.isInError() || bring(d, info, first, StreamedArrayAccess::waitForLoad) != Next::Look)
             return 0;
     }
 }
@@ -206,24 +252,30 @@ bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)
     return true;
 }
 
-bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info)
+Bringing CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 index)
 {
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     const bool isEmpty = StreamedArrayAccess::realSize(array) == 0;
     const bool isPending = StreamedArrayAccess::state(array).pendingLoads.load() > 0;
     if (!isPending && isEmpty && !registry.isKnown(info))
-        return false; // nothing was ever put in
+        return Bringing::Hopeless; // nothing was ever put in
     if (!isPending && !isEmpty && StreamedArrayAccess::isWholeInMemory(array))
-        return false; // `index` lies behind the end
+        // Behind the end, or just brought by another thread.
+        return index < StreamedArrayAccess::realSize(array) ? Bringing::LookAgain : Bringing::Hopeless;
     if (!CacheThread::isCurrent()) {
         requestLoad(info);
-        return true;
+        return Bringing::Started;
     }
     // New samples in memory behind those on disk would stand in the way of a load.
-    if (StreamedArrayAccess::firstIndex(array) > 0 && StreamedArrayAccess::loadedSize(array) > 0) {
+    const auto holdsEnd = [&array] {
+        return StreamedArrayAccess::firstIndex(array) > 0 && StreamedArrayAccess::loadedSize(array) > 0;
+    };
+    if (holdsEnd()) {
         manager.awaitTaskFinished(info);
         if (!flush(info))
-            return false; // a load would take their place
+            return Bringing::Hopeless; // a load would take their place
+        if (holdsEnd())
+            info->removeFromMemory();
     }
     // Readers of a small array are released only when it is there, so that the thread that asks for it
     // has nothing to do but wait.
@@ -231,7 +283,7 @@ bool CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info)
         loadHere(info);
     else
         manager.readDataArrayFromDisk(info);
-    return true;
+    return Bringing::Started;
 }
 
 } // namespace vx::datastorage

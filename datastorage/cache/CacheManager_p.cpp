@@ -12,6 +12,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
+#include <QtCore/QSet>
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
 
@@ -83,6 +84,21 @@ void CacheManagerPrivate::move(State from, State to, const QString& key, DataArr
     remove(from, key, info);
 }
 
+bool CacheManagerPrivate::refile(DataArrayInfoStreamed* info, const QString& newKey)
+{
+    const QString oldFile = registry.fileOf(info);
+    if (remove(State::Cached, registry.key(State::Cached, info), info) != 1)
+        return false;
+    insert(State::Cached, newKey, info);
+    closeStream(info);
+    const QString newFile = registry.fileOf(info);
+    if (QFile::rename(oldFile, newFile))
+        return true;
+    if (QFile::exists(oldFile))
+        registry.setFile(info, newKey, oldFile);
+    return false;
+}
+
 void CacheManagerPrivate::removeFile(DataArrayInfoStreamed* info, const QString& file)
 {
     closeStream(info);
@@ -119,20 +135,21 @@ bool CacheManagerPrivate::mayBeEvicted(DataArrayInfoStreamed* info) const
 
 void CacheManagerPrivate::updateCache()
 {
-    std::vector<DataArrayInfoStreamed*> kept;
+    // Each array once, however many entries it has: they would be looked at again after every load.
+    QSet<DataArrayInfoStreamed*> kept;
     while (MemoryMeter::instance().usedBytes() > budgetBytes.load()) {
         DataArrayInfoStreamed* oldest = queue.popOldest();
         if (!oldest)
             break;
         if (!mayBeEvicted(oldest)) {
-            kept.push_back(oldest);
+            kept.insert(oldest);
             continue;
         }
         if (oldest->getSizeLoadedInMemory() > 0)
             counters.countEviction();
         oldest->removeFromMemory();
     }
-    for (DataArrayInfoStreamed* info : kept)
+    for (DataArrayInfoStreamed* info : std::as_const(kept))
         queue.putBack(info);
 }
 
@@ -184,7 +201,9 @@ void CacheManagerPrivate::loadHere(DataArrayInfoStreamed* info)
 void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)
 {
     CacheManagerPrivate::closeStream(info);
-    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array)
+        StreamedArrayAccess::collectLate(*array);
     // A block that holds only the end of the array can do nothing but append.
     const bool holdsEnd = array && StreamedArrayAccess::firstIndex(*array) > 0;
     auto* task = new CacheTaskWrite;
@@ -280,12 +299,19 @@ bool CacheManagerPrivate::flush(DataArrayInfoStreamed* info)
 void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
 {
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
-    while (!tasks.begin(info)) {
+    while (!tasks.beginUnlessAwaited(info)) {
         if (StreamedArrayAccess::state(*array).pendingLoads.load() > 0)
             return;
         tasks.awaitIdle(info);
     }
-    manager.startReadTask(info);
+    // What another thread has brought meanwhile need not be in the file any more, and new samples in the
+    // block would stand in the way of a load.
+    const bool isThere =
+        StreamedArrayAccess::realSize(*array) > 0 && StreamedArrayAccess::isWholeInMemory(*array);
+    if (isThere || isReadFromFile(info, *array))
+        finish(info, [] {});
+    else
+        manager.startReadTask(info);
 }
 
 void CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info)

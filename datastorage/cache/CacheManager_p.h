@@ -54,6 +54,9 @@ public:
     /// Moves every entry (key, info) to the other state.
     void move(CacheRegistry::State from, CacheRegistry::State to, const QString& key,
               DataArrayInfoStreamed* info);
+    /// Files `info`, which is cached once, under `newKey` and renames its file. Returns whether both went
+    /// well; the array keeps a file that could not be renamed.
+    bool refile(DataArrayInfoStreamed* info, const QString& newKey);
     /// Deletes `file`, that of `info`; its samples are then nowhere but in memory.
     static void removeFile(DataArrayInfoStreamed* info, const QString& file);
     /// Deletes a file that is in the way of the first write of `info` and belongs to nobody.
@@ -85,9 +88,14 @@ public:
 
     /// Copies samples straight from the file of `info`; returns how many.
     qint64 readFromFile(const DataArrayInfoStreamed* info, qint64 first, std::span<DataTypeBase> out) const;
-    /// Brings what is absent of `info` into memory, as far as starting that goes. Returns false
-    /// when no load can bring it.
-    bool startBringing(DataArrayInfoStreamed* info);
+    enum class Bringing
+    {
+        Started,   ///< a load is under way, or was
+        LookAgain, ///< the sample has come into memory meanwhile
+        Hopeless   ///< no load can bring it
+    };
+    /// Brings the sample at `index` of `info` into memory, as far as starting that goes.
+    Bringing startBringing(DataArrayInfoStreamed* info, qint64 index);
     /// As startBringing(), on the main thread and without waiting for anything.
     bool startBringingSoon(DataArrayInfoStreamed* info);
     /// Whether samples of `info` that are not in memory are to be read from the file one by one, because

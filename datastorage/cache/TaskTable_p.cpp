@@ -24,6 +24,26 @@ constexpr qint64 stopMilliseconds = 10000;
 bool TaskTable::begin(Array array)
 {
     const Locker lock(m_mutex);
+    return enter(array);
+}
+
+bool TaskTable::beginUnlessAwaited(Array array)
+{
+    const Locker lock(m_mutex);
+    return !mustStandBack(array) && enter(array);
+}
+
+/// Whether somebody waits for `array`; not so for a completion that this thread runs while it waits.
+bool TaskTable::mustStandBack(Array array) const
+{
+    const Qt::HANDLE thread = QThread::currentThreadId();
+    return m_awaited.contains(array) &&
+           std::none_of(m_executing.begin(), m_executing.end(),
+                        [&](const Executing& executing) { return executing.thread == thread; });
+}
+
+bool TaskTable::enter(Array array)
+{
     if (m_running.contains(array))
         return false;
     m_running.insert(array, std::make_shared<Record>());
@@ -37,11 +57,13 @@ void TaskTable::setRunnable(Array array, QRunnable* runnable)
         record->runnable = runnable;
 }
 
-void TaskTable::requestWrite(Array array)
+bool TaskTable::beginWrite(Array array)
 {
     const Locker lock(m_mutex);
-    if (const std::shared_ptr<Record> record = m_running.value(array))
-        record->writeRequested = true;
+    if (enter(array))
+        return true;
+    m_running.value(array)->writeRequested = true;
+    return false;
 }
 
 bool TaskTable::finish(Array array, std::function<void(bool)> completion)
@@ -70,7 +92,13 @@ void TaskTable::post(Array array, Completion completion)
 void TaskTable::runPending()
 {
     const Locker lock(m_mutex);
-    while (runQueued(nullptr)) {
+    runQueuedNow();
+}
+
+/// Runs as many completions as are queued now: others may be queued as fast as these are run.
+void TaskTable::runQueuedNow()
+{
+    for (std::size_t left = m_queued.size(); left > 0 && runQueued(nullptr); --left) {
     }
 }
 
@@ -117,8 +145,19 @@ void TaskTable::await(Array array)
     // Draining and looking the array up happen under one hold of the lock: a task that finishes in
     // between cannot leave its completion behind.
     const Locker lock(m_mutex);
-    const Array drained = CacheThread::isCurrent() ? nullptr : array;
-    while (runQueued(drained)) {
+    ++m_awaited[array];
+    if (CacheThread::isCurrent())
+        runQueuedNow();
+    awaitTask(array);
+    if (--m_awaited[array] == 0)
+        m_awaited.remove(array);
+    m_changed.wakeAll();
+}
+
+/// Waits until `array` has no running task and runs what is queued for it.
+void TaskTable::awaitTask(Array array)
+{
+    while (runQueued(array)) {
     }
     for (;;) {
         if (const std::shared_ptr<Record> record = m_running.value(array)) {
@@ -138,7 +177,7 @@ void TaskTable::await(Array array)
 void TaskTable::awaitIdle(Array array)
 {
     const Locker lock(m_mutex);
-    while (m_running.contains(array))
+    while (m_running.contains(array) || mustStandBack(array))
         m_changed.wait(m_mutex);
 }
 

@@ -31,11 +31,14 @@ public:
 
     /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
     bool begin(Array array);
+    /// As begin() for a thread that merely wants samples: it stands back, too, while somebody waits in
+    /// await() for `array`. Many such threads could otherwise keep the array from ever being idle.
+    bool beginUnlessAwaited(Array array);
     /// Says which object will run the task that was entered last for `array`.
     void setRunnable(Array array, QRunnable* runnable);
-    /// Remembers that `array` is to be written once its running task is over; does nothing when none
-    /// runs.
-    void requestWrite(Array array);
+    /// As begin() for a write. When a task runs already, remembers that `array` is to be written once that is
+    /// over.
+    bool beginWrite(Array array);
 
     /// The task of `array` is over. Returns true when its completion was queued, so that somebody has
     /// to be told to call runPending(); false when a waiting thread takes it.
@@ -43,13 +46,13 @@ public:
     /// Queues a completion that belongs to no task.
     void post(Array array, Completion completion);
 
-    /// Runs the queued completions, first in, first out.
+    /// Runs the completions that are queued now, first in, first out.
     void runPending();
     /// Runs what is queued (on another than the main thread only what belongs to `array`), waits until
     /// `array` has no running task, without time limit, and runs its completion. On return the array
     /// has no running task and no completion that has not run.
     void await(Array array);
-    /// Waits until `array` has no running task; completions are left to others.
+    /// Waits until beginUnlessAwaited() has a chance; completions are left to others.
     void awaitIdle(Array array);
 
     bool isRunning(Array array) const;
@@ -87,13 +90,18 @@ private:
         Qt::HANDLE thread;
     };
 
+    bool mustStandBack(Array array) const VX_REQUIRES(m_mutex);
+    bool enter(Array array) VX_REQUIRES(m_mutex);
     bool runQueued(Array onlyOf) VX_REQUIRES(m_mutex);
+    void runQueuedNow() VX_REQUIRES(m_mutex);
+    void awaitTask(Array array) VX_REQUIRES(m_mutex);
     void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
     bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
 
     mutable nel::tools::Mutex m_mutex;
     nel::tools::WaitCondition m_changed; ///< a task or a completion is over
     QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);
+    QHash<Array, int> m_awaited VX_GUARDED_BY(m_mutex); ///< threads in await()
     std::deque<Queued> m_queued VX_GUARDED_BY(m_mutex);
     std::vector<Executing> m_executing VX_GUARDED_BY(m_mutex);
 };

@@ -269,16 +269,53 @@ TEST_F(TaskTableOrder, DropsTheCompletionsOfAnArrayThatIsForgotten)
 
 TEST_F(TaskTableOrder, RemembersAWriteThatWasAskedForMeanwhile)
 {
-    tasks.requestWrite(a.get()); // nothing runs: nothing to remember
     std::vector<bool> requested;
     for (const bool ask : {false, true}) {
         ASSERT_TRUE(tasks.begin(a.get()));
-        if (ask)
-            tasks.requestWrite(a.get());
+        if (ask) {
+            EXPECT_FALSE(tasks.beginWrite(a.get()));
+        }
         tasks.finish(a.get(), [&](bool write) { requested.push_back(write); });
         tasks.runPending();
     }
     EXPECT_EQ(requested, (std::vector{false, true}));
+}
+
+TEST_F(TaskTableOrder, AWriteBeginsWhenNothingRuns)
+{
+    ASSERT_TRUE(tasks.beginWrite(a.get()));
+    EXPECT_TRUE(tasks.isRunning(a.get()));
+    std::vector<bool> requested;
+    tasks.finish(a.get(), [&](bool write) { requested.push_back(write); });
+    tasks.runPending();
+    EXPECT_EQ(requested, std::vector{false});
+}
+
+TEST_F(TaskTableOrder, RunsOnlyWhatWasQueuedBefore)
+{
+    int runs = 0;
+    std::function<void()> again = [&] {
+        if (++runs < 10)
+            tasks.post(a.get(), again);
+    };
+    tasks.post(a.get(), again);
+    tasks.runPending();
+    EXPECT_EQ(runs, 1); // whatever is queued meanwhile waits for the next turn
+}
+
+TEST_F(TaskTableOrder, WhoOnlyWantsSamplesStandsBackWhileTheArrayIsAwaited)
+{
+    ASSERT_TRUE(tasks.begin(a.get()));
+    Signal isOver;
+    std::thread waiting([&] {
+        tasks.await(a.get());
+        isOver.give();
+    });
+    EXPECT_FALSE(tasks.beginUnlessAwaited(a.get()));
+    tasks.finish(a.get(), note(1));
+    EXPECT_TRUE(isOver.take());
+    waiting.join();
+    EXPECT_TRUE(tasks.beginUnlessAwaited(a.get()));
 }
 
 TEST_F(TaskTableOrder, AnotherThreadRunsOnlyTheCompletionsOfTheArrayItWaitsFor)
