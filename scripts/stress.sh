@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Runs the stress program, which uses arrays and cache from all sides at once and checks every sample.
+#
+#   scripts/stress.sh [PRESET [SECONDS [SEED]]]      PRESET: dev (default), release, tsan, asan; 60 seconds
+source "$(dirname "$0")/common.sh"
+
+preset=${1:-dev}
+seconds=${2:-60}
+install_deps build test
+
+note "build ($preset)"
+configure "$preset" -DVXDATASTORAGE_BUILD_TESTS=ON
+build "$preset" stress >/dev/null
+
+export ASAN_OPTIONS="detect_leaks=1:detect_stack_use_after_return=1${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}"
+export TSAN_OPTIONS="suppressions=$root/tests/support/tsan.supp:second_deadlock_stack=1:history_size=4${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
+
+note "stress ($preset, $seconds s)"
+# The end takes its time under a sanitizer; what takes longer hangs.
+timeout $((seconds * 2 + 300)) "build/$preset/tests/stress/stress" "$seconds" ${3:+"$3"}
