@@ -47,7 +47,8 @@ mounted=()
 unmount() {
     local index
     for ((index = ${#mounted[@]} - 1; index >= 0; index--)); do
-        umount "$directory/${mounted[index]}" || true
+        # Busy when the run was stopped; whoever removes the directory must not meet the real /dev in it.
+        umount "$directory/${mounted[index]}" 2>/dev/null || umount --lazy "$directory/${mounted[index]}" || true
     done
 }
 trap unmount EXIT
