@@ -25,7 +25,7 @@ export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_afte
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}"
 # Qt's own event dispatcher instead of GLib's, into which the thread sanitizer cannot see either.
 export QT_NO_GLIB=1
-export TSAN_OPTIONS="suppressions=$root/tests/support/tsan.supp:second_deadlock_stack=1:history_size=4${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
+export TSAN_OPTIONS="suppressions=$root/tests/support/tsan.supp:second_deadlock_stack=1:history_size=4:allocator_may_return_null=1${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
 
 list=build/$preset/test-programs.txt
 [ -s "$list" ] || fail "$list names no test program"

@@ -52,7 +52,7 @@ void CompletionRunner::onWake()
 }
 
 CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner)
-    : manager(owner), runner(tasks), background(*this)
+    : manager(owner), tasks([this] { runner.wake(); }), runner(tasks), background(*this)
 {
     background.moveToThread(runner.thread());
 }
@@ -269,14 +269,11 @@ void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const Q
 
 void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void()> completion)
 {
-    const bool isQueued =
-        tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
-            completion();
-            if (tasks.isCompleting(info)) // a listener may have destroyed the array
-                writeIfRequested(info, writeRequested);
-        });
-    if (isQueued)
-        runner.wake();
+    tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
+        completion();
+        if (tasks.isCompleting(info)) // a listener may have destroyed the array
+            writeIfRequested(info, writeRequested);
+    });
 }
 
 void CacheManagerPrivate::writeIfRequested(DataArrayInfoStreamed* info, bool requested)
@@ -325,7 +322,6 @@ void CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info)
         return;
     }
     tasks.post(info, [this, error] { Q_EMIT manager.signal_cacheError(error); });
-    runner.wake();
 }
 
 } // namespace vx::datastorage

@@ -79,14 +79,21 @@ bool TaskTable::finish(Array array, std::function<void(bool)> completion)
         record->completion = std::move(bound);
         return false;
     }
-    m_queued.push_back({array, std::move(bound)});
+    queue(array, std::move(bound));
     return true;
+}
+
+void TaskTable::queue(Array array, Completion completion)
+{
+    m_queued.push_back({array, std::move(completion)});
+    if (m_wake)
+        m_wake();
 }
 
 void TaskTable::post(Array array, Completion completion)
 {
     const Locker lock(m_mutex);
-    m_queued.push_back({array, std::move(completion)});
+    queue(array, std::move(completion));
 }
 
 void TaskTable::runPending()

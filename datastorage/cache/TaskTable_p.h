@@ -8,6 +8,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class QRunnable;
@@ -29,6 +30,10 @@ public:
     using Array = const DataArrayInfoStreamed*;
     using Completion = std::function<void()>;
 
+    /// `wake` asks the main thread to call runPending(); it may be null. It is called with the table's
+    /// lock held, so that no task is still in it when stop() has returned, and must not use the table.
+    explicit TaskTable(std::function<void()> wake = {}) : m_wake(std::move(wake)) {}
+
     /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
     bool begin(Array array);
     /// As begin() for a thread that merely wants samples: it stands back, too, while somebody waits in
@@ -40,10 +45,10 @@ public:
     /// over.
     bool beginWrite(Array array);
 
-    /// The task of `array` is over. Returns true when its completion was queued, so that somebody has
-    /// to be told to call runPending(); false when a waiting thread takes it.
+    /// The task of `array` is over. Returns true when its completion was queued and the main thread
+    /// woken; false when a waiting thread takes it.
     bool finish(Array array, std::function<void(bool writeRequested)> completion);
-    /// Queues a completion that belongs to no task.
+    /// Queues a completion that belongs to no task, and wakes the main thread.
     void post(Array array, Completion completion);
 
     /// Runs the completions that are queued now, first in, first out.
@@ -98,6 +103,9 @@ private:
     void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
     bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
 
+    void queue(Array array, Completion completion) VX_REQUIRES(m_mutex);
+
+    const std::function<void()> m_wake; ///< constant after construction
     mutable nel::tools::Mutex m_mutex;
     nel::tools::WaitCondition m_changed; ///< a task or a completion is over
     QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);
