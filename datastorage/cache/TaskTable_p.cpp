@@ -62,7 +62,8 @@ bool TaskTable::beginWrite(Array array)
     const Locker lock(m_mutex);
     if (enter(array))
         return true;
-    m_running.value(array)->writeRequested = true;
+    if (const std::shared_ptr<Record> record = m_running.value(array))
+        record->writeRequested = true;
     return false;
 }
 
