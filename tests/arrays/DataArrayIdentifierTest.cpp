@@ -46,7 +46,10 @@ TEST(DataArrayIdentifier, ReturnsItsTextsByConstantReference)
 TEST(DataArrayIdentifier, CopiesBothTexts)
 {
     const DataArrayIdentifier first("Voltage", "Raw");
-    const DataArrayIdentifier copy(first);
+    DataArrayIdentifier copy(first);
+    copy.setName("Current");
+    EXPECT_EQ(first.getName(), QString("Voltage")) << "a copy is its own";
+    copy.setName("Voltage");
     DataArrayIdentifier assigned;
     assigned = first;
     EXPECT_EQ(copy.getName(), QString("Voltage"));

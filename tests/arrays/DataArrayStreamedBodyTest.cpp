@@ -25,6 +25,7 @@ qint64 bodyStart()
 std::vector<std::int32_t> loadedSamples(const OpenStreamedArray& array)
 {
     std::vector<std::int32_t> samples;
+    samples.reserve(static_cast<std::size_t>(array.getSizeLoadedInMemory()));
     for (int i = 0; i < array.getSizeLoadedInMemory(); ++i) {
         samples.push_back(array.getSampleInt(i));
     }

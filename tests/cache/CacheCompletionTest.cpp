@@ -90,6 +90,7 @@ TEST_F(CacheCompletion, OnePostedCallRunsAllOfThemInTheOrderOfTheTasks)
 {
     GatedPool pool;
     std::vector<Array*> arrays;
+    arrays.reserve(5);
     for (int i = 0; i < 5; ++i) {
         arrays.push_back(&make(QString("A%1").arg(i)));
     }

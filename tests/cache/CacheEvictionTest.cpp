@@ -151,6 +151,7 @@ TEST_F(CacheEviction, ManyArraysGoInTheOrderOfTheirStamps)
 {
     constexpr int count = 40;
     std::vector<Array*> arrays;
+    arrays.reserve(count);
     for (int i = 0; i < count; ++i) {
         arrays.push_back(&storeOf(QString("%1").arg(i), 10));
     }

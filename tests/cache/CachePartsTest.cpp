@@ -105,62 +105,62 @@ class MemoryMeterAccount : public ::testing::Test
 protected:
     void TearDown() override
     {
-        meter.remove(account);
-        meter.recount();
+        m_meter.remove(m_account);
+        m_meter.recount();
     }
 
-    MemoryMeter& meter = MemoryMeter::instance();
-    const qint64 residentBefore = meter.residentBytes();
-    std::atomic<qint64> samples{0};
-    MemoryMeter::Account account{samples};
+    MemoryMeter& m_meter = MemoryMeter::instance();
+    const qint64 m_residentBefore = m_meter.residentBytes();
+    std::atomic<qint64> m_samples{0};
+    MemoryMeter::Account m_account{m_samples};
 };
 
 TEST_F(MemoryMeterAccount, CountsWhatAnOpenAccountGainsSinceTheLastRecount)
 {
-    meter.recount();
-    const qint64 used = meter.usedBytes();
-    samples = 5;
-    meter.open(account);
-    samples = 8;
-    EXPECT_EQ(meter.usedBytes(), used + 12) << "only what came in while the account was open";
-    meter.recount();
-    EXPECT_EQ(meter.usedBytes(), used) << "an array that is not registered does not stay counted";
-    samples = 9;
-    EXPECT_EQ(meter.usedBytes(), used + 4);
-    meter.settle(account);
-    samples = 100;
-    EXPECT_EQ(meter.usedBytes(), used + 4);
+    m_meter.recount();
+    const qint64 used = m_meter.usedBytes();
+    m_samples = 5;
+    m_meter.open(m_account);
+    m_samples = 8;
+    EXPECT_EQ(m_meter.usedBytes(), used + 12) << "only what came in while the account was open";
+    m_meter.recount();
+    EXPECT_EQ(m_meter.usedBytes(), used) << "an array that is not registered does not stay counted";
+    m_samples = 9;
+    EXPECT_EQ(m_meter.usedBytes(), used + 4);
+    m_meter.settle(m_account);
+    m_samples = 100;
+    EXPECT_EQ(m_meter.usedBytes(), used + 4);
 }
 
 TEST_F(MemoryMeterAccount, ResidentBytesAreExactForRegisteredArrays)
 {
-    samples = 10;
-    meter.addRegistrations(account, 1);
-    EXPECT_EQ(meter.residentBytes(), residentBefore + 40);
-    meter.open(account);
-    samples = 15;
-    EXPECT_EQ(meter.residentBytes(), residentBefore + 60);
-    meter.addRegistrations(account, 1);
-    EXPECT_EQ(meter.residentBytes(), residentBefore + 120) << "an array registered twice counts twice";
-    samples = 0;
-    meter.settle(account);
-    EXPECT_EQ(meter.residentBytes(), residentBefore);
+    m_samples = 10;
+    m_meter.addRegistrations(m_account, 1);
+    EXPECT_EQ(m_meter.residentBytes(), m_residentBefore + 40);
+    m_meter.open(m_account);
+    m_samples = 15;
+    EXPECT_EQ(m_meter.residentBytes(), m_residentBefore + 60);
+    m_meter.addRegistrations(m_account, 1);
+    EXPECT_EQ(m_meter.residentBytes(), m_residentBefore + 120) << "an array registered twice counts twice";
+    m_samples = 0;
+    m_meter.settle(m_account);
+    EXPECT_EQ(m_meter.residentBytes(), m_residentBefore);
 }
 
 TEST_F(MemoryMeterAccount, ARecountLosesNothingThatALoaderAddsMeanwhile)
 {
-    meter.addRegistrations(account, 1);
-    meter.open(account);
+    m_meter.addRegistrations(m_account, 1);
+    m_meter.open(m_account);
     constexpr qint64 additions = 200000;
     std::thread loader([this] {
         for (qint64 i = 0; i < additions; ++i)
-            samples.fetch_add(1);
+            m_samples.fetch_add(1);
     });
     for (int i = 0; i < 1000; ++i)
-        meter.recount();
+        m_meter.recount();
     loader.join();
-    EXPECT_EQ(meter.usedBytes(), meter.residentBytes());
-    EXPECT_EQ(meter.residentBytes(), residentBefore + 4 * additions);
+    EXPECT_EQ(m_meter.usedBytes(), m_meter.residentBytes());
+    EXPECT_EQ(m_meter.residentBytes(), m_residentBefore + 4 * additions);
 }
 
 // ---- running tasks and what follows them
@@ -172,55 +172,55 @@ protected:
 
     auto note(int number)
     {
-        return [this, number](bool) { order.push_back(number); };
+        return [this, number](bool) { m_order.push_back(number); };
     }
 
-    std::unique_ptr<DataArrayInfoStreamed> a = named("a");
-    std::unique_ptr<DataArrayInfoStreamed> b = named("b");
-    TaskTable tasks;
-    std::vector<int> order;
+    std::unique_ptr<DataArrayInfoStreamed> m_a = named("a");
+    std::unique_ptr<DataArrayInfoStreamed> m_b = named("b");
+    TaskTable m_tasks;
+    std::vector<int> m_order;
 };
 
 TEST_F(TaskTableOrder, RunsQueuedCompletionsInTheOrderOfTheirTasks)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
-    ASSERT_FALSE(tasks.begin(a.get()));
-    ASSERT_TRUE(tasks.begin(b.get()));
-    EXPECT_TRUE(tasks.finish(b.get(), note(1)));
-    EXPECT_TRUE(tasks.finish(a.get(), note(2)));
-    EXPECT_FALSE(tasks.isRunning(a.get()));
-    EXPECT_TRUE(order.empty());
-    tasks.runPending();
-    EXPECT_EQ(order, (std::vector{1, 2}));
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    ASSERT_FALSE(m_tasks.begin(m_a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_b.get()));
+    EXPECT_TRUE(m_tasks.finish(m_b.get(), note(1)));
+    EXPECT_TRUE(m_tasks.finish(m_a.get(), note(2)));
+    EXPECT_FALSE(m_tasks.isRunning(m_a.get()));
+    EXPECT_TRUE(m_order.empty());
+    m_tasks.runPending();
+    EXPECT_EQ(m_order, (std::vector{1, 2}));
 }
 
 TEST_F(TaskTableOrder, AWaitingThreadTakesTheCompletionOfItsTaskAlone)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
-    ASSERT_TRUE(tasks.begin(b.get()));
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_b.get()));
     Signal waiting;
     std::thread worker([&] {
         ASSERT_TRUE(waiting.take());
-        tasks.finish(b.get(), note(1));
+        m_tasks.finish(m_b.get(), note(1));
         // The other thread may not wait yet; then its completion is queued behind, which is as good.
-        tasks.finish(a.get(), note(2));
+        m_tasks.finish(m_a.get(), note(2));
     });
     waiting.give();
-    tasks.await(a.get());
+    m_tasks.await(m_a.get());
     worker.join();
-    ASSERT_FALSE(order.empty());
-    EXPECT_NE(std::find(order.begin(), order.end(), 2), order.end());
-    tasks.runPending();
-    EXPECT_EQ(order.size(), 2U);
+    ASSERT_FALSE(m_order.empty());
+    EXPECT_NE(std::find(m_order.begin(), m_order.end(), 2), m_order.end());
+    m_tasks.runPending();
+    EXPECT_EQ(m_order.size(), 2U);
 }
 
 TEST_F(TaskTableOrder, NoCompletionIsLeftBehindByATaskThatEndsWhileSomebodyBeginsToWait)
 {
     for (int round = 0; round < 2000; ++round) {
-        ASSERT_TRUE(tasks.begin(a.get()));
+        ASSERT_TRUE(m_tasks.begin(m_a.get()));
         std::atomic<bool> isCompleted{false};
-        std::thread worker([&] { tasks.finish(a.get(), [&](bool) { isCompleted = true; }); });
-        tasks.await(a.get());
+        std::thread worker([&] { m_tasks.finish(m_a.get(), [&](bool) { isCompleted = true; }); });
+        m_tasks.await(m_a.get());
         ASSERT_TRUE(isCompleted) << "round " << round;
         worker.join();
     }
@@ -228,66 +228,66 @@ TEST_F(TaskTableOrder, NoCompletionIsLeftBehindByATaskThatEndsWhileSomebodyBegin
 
 TEST_F(TaskTableOrder, ACompletionMayWaitForItsOwnArrayAndForOthers)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
-    ASSERT_TRUE(tasks.begin(b.get()));
-    tasks.finish(a.get(), [this](bool) {
-        order.push_back(1);
-        tasks.await(a.get());
-        tasks.await(b.get());
-        order.push_back(3);
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_b.get()));
+    m_tasks.finish(m_a.get(), [this](bool) {
+        m_order.push_back(1);
+        m_tasks.await(m_a.get());
+        m_tasks.await(m_b.get());
+        m_order.push_back(3);
     });
-    tasks.finish(b.get(), note(2));
-    tasks.runPending();
-    EXPECT_EQ(order, (std::vector{1, 2, 3}));
+    m_tasks.finish(m_b.get(), note(2));
+    m_tasks.runPending();
+    EXPECT_EQ(m_order, (std::vector{1, 2, 3}));
 }
 
 TEST_F(TaskTableOrder, TellsACompletionThatItsArrayIsGone)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
     bool before = false;
     bool after = true;
-    tasks.finish(a.get(), [&](bool) {
-        before = tasks.isCompleting(a.get());
-        tasks.forget(a.get());
-        after = tasks.isCompleting(a.get());
+    m_tasks.finish(m_a.get(), [&](bool) {
+        before = m_tasks.isCompleting(m_a.get());
+        m_tasks.forget(m_a.get());
+        after = m_tasks.isCompleting(m_a.get());
     });
-    tasks.runPending();
+    m_tasks.runPending();
     EXPECT_TRUE(before);
     EXPECT_FALSE(after);
-    EXPECT_FALSE(tasks.isCompleting(a.get()));
+    EXPECT_FALSE(m_tasks.isCompleting(m_a.get()));
 }
 
 TEST_F(TaskTableOrder, DropsTheCompletionsOfAnArrayThatIsForgotten)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
-    tasks.finish(a.get(), note(1));
-    tasks.post(b.get(), [this] { order.push_back(2); });
-    tasks.forget(a.get());
-    tasks.runPending();
-    EXPECT_EQ(order, std::vector{2});
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    m_tasks.finish(m_a.get(), note(1));
+    m_tasks.post(m_b.get(), [this] { m_order.push_back(2); });
+    m_tasks.forget(m_a.get());
+    m_tasks.runPending();
+    EXPECT_EQ(m_order, std::vector{2});
 }
 
 TEST_F(TaskTableOrder, RemembersAWriteThatWasAskedForMeanwhile)
 {
     std::vector<bool> requested;
     for (const bool ask : {false, true}) {
-        ASSERT_TRUE(tasks.begin(a.get()));
+        ASSERT_TRUE(m_tasks.begin(m_a.get()));
         if (ask) {
-            EXPECT_FALSE(tasks.beginWrite(a.get()));
+            EXPECT_FALSE(m_tasks.beginWrite(m_a.get()));
         }
-        tasks.finish(a.get(), [&](bool write) { requested.push_back(write); });
-        tasks.runPending();
+        m_tasks.finish(m_a.get(), [&](bool write) { requested.push_back(write); });
+        m_tasks.runPending();
     }
     EXPECT_EQ(requested, (std::vector{false, true}));
 }
 
 TEST_F(TaskTableOrder, AWriteBeginsWhenNothingRuns)
 {
-    ASSERT_TRUE(tasks.beginWrite(a.get()));
-    EXPECT_TRUE(tasks.isRunning(a.get()));
+    ASSERT_TRUE(m_tasks.beginWrite(m_a.get()));
+    EXPECT_TRUE(m_tasks.isRunning(m_a.get()));
     std::vector<bool> requested;
-    tasks.finish(a.get(), [&](bool write) { requested.push_back(write); });
-    tasks.runPending();
+    m_tasks.finish(m_a.get(), [&](bool write) { requested.push_back(write); });
+    m_tasks.runPending();
     EXPECT_EQ(requested, std::vector{false});
 }
 
@@ -296,38 +296,38 @@ TEST_F(TaskTableOrder, RunsOnlyWhatWasQueuedBefore)
     int runs = 0;
     std::function<void()> again = [&] {
         if (++runs < 10)
-            tasks.post(a.get(), again);
+            m_tasks.post(m_a.get(), again);
     };
-    tasks.post(a.get(), again);
-    tasks.runPending();
+    m_tasks.post(m_a.get(), again);
+    m_tasks.runPending();
     EXPECT_EQ(runs, 1); // whatever is queued meanwhile waits for the next turn
 }
 
 TEST_F(TaskTableOrder, WhoOnlyWantsSamplesStandsBackWhileTheArrayIsAwaited)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
     Signal isOver;
     std::thread waiting([&] {
-        tasks.await(a.get());
+        m_tasks.await(m_a.get());
         isOver.give();
     });
-    EXPECT_FALSE(tasks.beginUnlessAwaited(a.get()));
-    tasks.finish(a.get(), note(1));
+    EXPECT_FALSE(m_tasks.beginUnlessAwaited(m_a.get()));
+    m_tasks.finish(m_a.get(), note(1));
     EXPECT_TRUE(isOver.take());
     waiting.join();
-    EXPECT_TRUE(tasks.beginUnlessAwaited(a.get()));
+    EXPECT_TRUE(m_tasks.beginUnlessAwaited(m_a.get()));
 }
 
 TEST_F(TaskTableOrder, AnotherThreadRunsOnlyTheCompletionsOfTheArrayItWaitsFor)
 {
-    ASSERT_TRUE(tasks.begin(a.get()));
-    ASSERT_TRUE(tasks.begin(b.get()));
-    tasks.finish(a.get(), note(1));
-    tasks.finish(b.get(), note(2));
-    std::thread([this] { tasks.await(b.get()); }).join();
-    EXPECT_EQ(order, std::vector{2});
-    tasks.runPending();
-    EXPECT_EQ(order, (std::vector{2, 1}));
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_b.get()));
+    m_tasks.finish(m_a.get(), note(1));
+    m_tasks.finish(m_b.get(), note(2));
+    std::thread([this] { m_tasks.await(m_b.get()); }).join();
+    EXPECT_EQ(m_order, std::vector{2});
+    m_tasks.runPending();
+    EXPECT_EQ(m_order, (std::vector{2, 1}));
 }
 
 // ---- keys and files
@@ -337,75 +337,75 @@ class CacheRegistryFiles : public ::testing::Test
 protected:
     using State = CacheRegistry::State;
 
-    void SetUp() override { registry.setDirectory("/cache/"); }
+    void SetUp() override { m_registry.setDirectory("/cache/"); }
 
-    std::unique_ptr<DataArrayInfoStreamed> a = named("U");
-    std::unique_ptr<DataArrayInfoStreamed> b = named("U");
-    CacheRegistry registry;
+    std::unique_ptr<DataArrayInfoStreamed> m_a = named("U");
+    std::unique_ptr<DataArrayInfoStreamed> m_b = named("U");
+    CacheRegistry m_registry;
 };
 
 TEST_F(CacheRegistryFiles, NamesTheFileByKeyAndName)
 {
-    EXPECT_TRUE(registry.insert(State::Cached, "run.csv", a.get()));
-    EXPECT_EQ(registry.fileOf(a.get()), "/cache/run.csv__U.bmd");
-    EXPECT_EQ(registry.key(State::Cached, a.get()), "run.csv");
-    EXPECT_TRUE(registry.key(State::Updating, a.get()).isNull());
-    EXPECT_TRUE(registry.contains("run.csv", "U"));
-    EXPECT_FALSE(registry.contains("run.csv", "u"));
+    EXPECT_TRUE(m_registry.insert(State::Cached, "run.csv", m_a.get()));
+    EXPECT_EQ(m_registry.fileOf(m_a.get()), "/cache/run.csv__U.bmd");
+    EXPECT_EQ(m_registry.key(State::Cached, m_a.get()), "run.csv");
+    EXPECT_TRUE(m_registry.key(State::Updating, m_a.get()).isNull());
+    EXPECT_TRUE(m_registry.contains("run.csv", "U"));
+    EXPECT_FALSE(m_registry.contains("run.csv", "u"));
 }
 
 TEST_F(CacheRegistryFiles, TwoArraysNeverShareAFile)
 {
-    registry.insert(State::Cached, "run.csv", a.get());
-    registry.insert(State::Cached, "run.csv", b.get());
-    EXPECT_NE(registry.fileOf(a.get()), registry.fileOf(b.get()));
-    EXPECT_EQ(registry.fileName("run.csv", "U"), registry.fileOf(a.get()));
+    m_registry.insert(State::Cached, "run.csv", m_a.get());
+    m_registry.insert(State::Cached, "run.csv", m_b.get());
+    EXPECT_NE(m_registry.fileOf(m_a.get()), m_registry.fileOf(m_b.get()));
+    EXPECT_EQ(m_registry.fileName("run.csv", "U"), m_registry.fileOf(m_a.get()));
 }
 
 TEST_F(CacheRegistryFiles, PairsWhoseTextsBecomeEqualGetFilesOfTheirOwn)
 {
-    registry.insert(State::Cached, "a:b", a.get());
-    registry.insert(State::Cached, "a__b", b.get());
-    EXPECT_EQ(registry.fileOf(a.get()), "/cache/a__b__U.bmd");
-    EXPECT_NE(registry.fileOf(b.get()), registry.fileOf(a.get()));
-    EXPECT_EQ(registry.fileName("a__b", "U"), registry.fileOf(b.get()));
-    registry.removeEvery(a.get());
-    EXPECT_EQ(registry.fileName("a:b", "U"), "/cache/a__b__U.bmd") << "free again";
+    m_registry.insert(State::Cached, "a:b", m_a.get());
+    m_registry.insert(State::Cached, "a__b", m_b.get());
+    EXPECT_EQ(m_registry.fileOf(m_a.get()), "/cache/a__b__U.bmd");
+    EXPECT_NE(m_registry.fileOf(m_b.get()), m_registry.fileOf(m_a.get()));
+    EXPECT_EQ(m_registry.fileName("a__b", "U"), m_registry.fileOf(m_b.get()));
+    m_registry.removeEvery(m_a.get());
+    EXPECT_EQ(m_registry.fileName("a:b", "U"), "/cache/a__b__U.bmd") << "free again";
 }
 
 TEST_F(CacheRegistryFiles, AnArrayKeepsItsFileWhileItIsFiledSomewhere)
 {
-    registry.insert(State::Cached, "run.csv", a.get());
-    const QString file = registry.fileOf(a.get());
-    a->setName("I");
-    registry.insert(State::Updating, "run.csv", a.get());
-    EXPECT_EQ(registry.remove(State::Cached, "run.csv", a.get()), 1);
-    EXPECT_EQ(registry.fileOf(a.get()), file);
-    EXPECT_EQ(registry.key(State::Updating, a.get()), "run.csv");
-    EXPECT_EQ(registry.registrations(a.get()), 0);
-    registry.remove(State::Updating, "run.csv", a.get());
-    EXPECT_FALSE(registry.isKnown(a.get()));
+    m_registry.insert(State::Cached, "run.csv", m_a.get());
+    const QString file = m_registry.fileOf(m_a.get());
+    m_a->setName("I");
+    m_registry.insert(State::Updating, "run.csv", m_a.get());
+    EXPECT_EQ(m_registry.remove(State::Cached, "run.csv", m_a.get()), 1);
+    EXPECT_EQ(m_registry.fileOf(m_a.get()), file);
+    EXPECT_EQ(m_registry.key(State::Updating, m_a.get()), "run.csv");
+    EXPECT_EQ(m_registry.registrations(m_a.get()), 0);
+    m_registry.remove(State::Updating, "run.csv", m_a.get());
+    EXPECT_FALSE(m_registry.isKnown(m_a.get()));
 }
 
 TEST_F(CacheRegistryFiles, AnArrayFiledTwiceHasTheFirstKeyInOrder)
 {
-    registry.insert(State::Cached, "z", a.get());
-    registry.insert(State::Cached, "a", a.get());
-    EXPECT_EQ(registry.key(State::Cached, a.get()), "a");
-    EXPECT_EQ(registry.registrations(a.get()), 2);
-    EXPECT_EQ(registry.remove(State::Cached, "z", a.get()), 1);
-    EXPECT_EQ(registry.key(State::Cached, a.get()), "a");
-    registry.insert(State::Cached, "a", a.get());
-    EXPECT_EQ(registry.remove(State::Cached, "a", a.get()), 2) << "every equal entry";
+    m_registry.insert(State::Cached, "z", m_a.get());
+    m_registry.insert(State::Cached, "a", m_a.get());
+    EXPECT_EQ(m_registry.key(State::Cached, m_a.get()), "a");
+    EXPECT_EQ(m_registry.registrations(m_a.get()), 2);
+    EXPECT_EQ(m_registry.remove(State::Cached, "z", m_a.get()), 1);
+    EXPECT_EQ(m_registry.key(State::Cached, m_a.get()), "a");
+    m_registry.insert(State::Cached, "a", m_a.get());
+    EXPECT_EQ(m_registry.remove(State::Cached, "a", m_a.get()), 2) << "every equal entry";
 }
 
 TEST_F(CacheRegistryFiles, ForgettingLeavesNoEntry)
 {
-    registry.insert(State::Cached, QString(), a.get());
-    registry.insert(State::Cached, "k", a.get());
-    registry.insert(State::Updating, "u", a.get());
-    registry.removeEvery(a.get());
-    EXPECT_TRUE(registry.cachedArrays().isEmpty());
-    EXPECT_TRUE(registry.arrays().isEmpty());
-    EXPECT_TRUE(registry.key(State::Updating, a.get()).isNull());
+    m_registry.insert(State::Cached, QString(), m_a.get());
+    m_registry.insert(State::Cached, "k", m_a.get());
+    m_registry.insert(State::Updating, "u", m_a.get());
+    m_registry.removeEvery(m_a.get());
+    EXPECT_TRUE(m_registry.cachedArrays().isEmpty());
+    EXPECT_TRUE(m_registry.arrays().isEmpty());
+    EXPECT_TRUE(m_registry.key(State::Updating, m_a.get()).isNull());
 }

@@ -33,7 +33,7 @@ protected:
         ASSERT_TRUE(cache().checkDefaultCacheDirectory());
         cache().setCacheSizeInBytes(qint64(1) << 40);
         m_errors = QObject::connect(&cache(), &CacheManager::signal_cacheError,
-                                    [this](const QString& error) { errors.append(error); });
+                                    [this](const QString& error) { m_listened.append(error); });
     }
 
     void TearDown() override
@@ -72,7 +72,7 @@ protected:
         return done();
     }
 
-    QStringList errors;
+    QStringList m_listened;
 
 private:
     QTemporaryDir m_directory;
@@ -237,7 +237,7 @@ TEST_F(CachePlot, AFailedBackgroundLoadIsAResultWithTheText)
     ASSERT_TRUE(waitFor([&] { return future.isFinished(); }));
     EXPECT_FALSE(future.result().isLoaded);
     EXPECT_EQ(future.result().error, "CacheTaskRead::run ERROR !\nCache file " + file + " doesn't exists\n");
-    EXPECT_EQ(errors, QStringList{future.result().error});
+    EXPECT_EQ(m_listened, QStringList{future.result().error});
     EXPECT_TRUE(info.isInError());
 }
 

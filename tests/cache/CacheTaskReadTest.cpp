@@ -35,7 +35,7 @@ protected:
     /// A file of the test with these bytes.
     QString fileWith(const QByteArray& bytes)
     {
-        const QString path = pathOf("array.bmd");
+        QString path = pathOf("array.bmd");
         EXPECT_TRUE(writeFile(path, bytes));
         return path;
     }

@@ -486,7 +486,7 @@ private:
     rlimit m_previous{};
 };
 
-constexpr rlim_t SPARE = 48U * 1024U * 1024U;
+constexpr rlim_t SPARE = rlim_t{48} * 1024 * 1024;
 constexpr int TOO_MANY = 40000000; // 160 MB
 
 } // namespace

@@ -47,7 +47,7 @@ TEST(AvailableMemory, FollowsTheSystemsOwnFigure)
 {
     // The figure moves while other programs run: a reading taken between two of ours lies between them,
     // widened by what a busy machine may take or free meanwhile.
-    constexpr qint64 toleranceKilobytes = 1024 * 1024;
+    constexpr qint64 toleranceKilobytes = qint64{1024} * 1024;
     const qint64 before = memoryKilobytes("MemAvailable:");
     const std::optional<std::uint64_t> bytes = platform::availablePhysicalMemory();
     const qint64 after = memoryKilobytes("MemAvailable:");
@@ -102,7 +102,7 @@ TEST(ReservedFileSpace, LeavesTheSizeOfTheFile)
     ASSERT_TRUE(file.open());
     ASSERT_EQ(file.write("abc"), 3);
     ASSERT_TRUE(file.flush());
-    if (!platform::reserveFileSpace(file.handle(), 3, 4 * 1024 * 1024))
+    if (!platform::reserveFileSpace(file.handle(), 3, std::int64_t{4} * 1024 * 1024))
         GTEST_SKIP() << "this file system reserves nothing";
     EXPECT_EQ(file.size(), 3);
 }

@@ -46,7 +46,7 @@ protected:
 
     QString write(const QByteArray& content) const
     {
-        const QString path = m_directory.filePath("configuration.json");
+        QString path = m_directory.filePath("configuration.json");
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         EXPECT_EQ(file.write(content), content.size());

@@ -31,7 +31,7 @@ QJsonDocument readJson(const QString& path)
 {
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    QJsonDocument document = QJsonDocument::fromJson(file.readAll());
     EXPECT_FALSE(document.isNull()) << path.toStdString();
     return document;
 }

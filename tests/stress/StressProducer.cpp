@@ -295,7 +295,7 @@ void StressProducer::damage(StressSlot& slot)
         file.remove();
     else if (file.exists())
         // Between two samples: of one that is cut, a mapping shows the bytes that are left.
-        file.resize(m_random.upTo(static_cast<quint32>(file.size())) / 4 * 4);
+        file.resize(qint64{m_random.upTo(static_cast<quint32>(file.size())) / 4} * 4);
     slot.info->removeFromMemory();
     m_reader.readOne(slot);
 }
