@@ -193,10 +193,11 @@ bool StreamedArrayAccess::startFilling(DataArrayStreamed& array)
 void StreamedArrayAccess::stopFilling(DataArrayStreamed& array)
 {
     StreamedArrayState& state = *array.m_state;
-    if (state.filling)
+    if (state.filling) {
         array.m_size = array.m_loadedSize.load();
+        array.m_fillLimit = 0; // else 0 already, and read by the main thread without a lock
+    }
     state.filling = false;
-    array.m_fillLimit = 0;
     MemoryMeter::instance().settle(state.account);
 }
 
