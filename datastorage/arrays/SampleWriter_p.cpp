@@ -12,6 +12,12 @@ namespace {
 constexpr qint64 countBytes = 8;
 constexpr qint64 bytesPerSample = 4;
 
+/// Whether an array can have so many samples. The file is not trusted: its count enters computations.
+bool isPossible(qint64 count)
+{
+    return count >= 0 && count <= SampleBlock::maximumSamples;
+}
+
 } // namespace
 
 SampleWriter::SampleWriter(DataArrayStreamed& array)
@@ -59,7 +65,7 @@ bool SampleWriter::update(QIODevice& device)
     const Body body = readBody(device);
     device.seek(body.position);
     if (m_array.m_useBatchMode.load())
-        return append(device, body, body.count + m_held.count, 0);
+        return isPossible(body.count) && append(device, body, body.count + m_held.count, 0);
     if (body.count < 0 || m_held.count < body.count)
         return writeWhole(device);
     return append(device, body, m_held.count, body.count);
@@ -70,6 +76,8 @@ bool SampleWriter::appendMissing(QIODevice& device)
     const Body body = readBody(device);
     device.seek(body.position);
     const qint64 end = m_held.first + m_held.count;
+    if (!isPossible(body.count))
+        return false;
     if (body.count >= end) {
         StreamedArrayAccess::state(m_array).endOfWrite = body.count;
         return true;
