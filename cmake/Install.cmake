@@ -10,16 +10,20 @@ install(TARGETS VXDataStorage
     FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/VXDataStorage
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/VXDataStorage)
 
+set(translations_dir ${CMAKE_INSTALL_DATADIR}/VXDataStorage/translations)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VXDataStorage)
 install(EXPORT VXDataStorageTargets NAMESPACE VXDataStorage:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/VXDataStorageConfig.cmake.in
-    "${CMAKE_CURRENT_BINARY_DIR}/VXDataStorageConfig.cmake" INSTALL_DESTINATION ${package_dir})
+    "${CMAKE_CURRENT_BINARY_DIR}/VXDataStorageConfig.cmake" INSTALL_DESTINATION ${package_dir}
+    PATH_VARS translations_dir)
 write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/VXDataStorageConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES
     "${CMAKE_CURRENT_BINARY_DIR}/VXDataStorageConfig.cmake"
     "${CMAKE_CURRENT_BINARY_DIR}/VXDataStorageConfigVersion.cmake"
     DESTINATION ${package_dir})
+
+install(DIRECTORY docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/VXDataStorage)
 
 # For pkg-config and qmake. Both find the other files from where they lie themselves, so that an
 # installed copy can be moved; an absolute directory, when one was asked for, stays as it was given.

@@ -1,5 +1,6 @@
 #include <json/JsonUtils.h>
 
+#include <json/JsonLog_p.h>
 #include <json/JsonTranslator_p.h>
 
 #include <QtCore/QCoreApplication>
@@ -25,7 +26,12 @@ QJsonDocument readDocument(QFile& file)
         // and the byte order mark is dropped. Any other content would come back as it is.
         utf8 = QString::fromUtf8(utf8).toUtf8();
     }
-    return QJsonDocument::fromJson(utf8);
+    QJsonParseError error;
+    QJsonDocument document = QJsonDocument::fromJson(utf8, &error);
+    if (document.isNull())
+        qCDebug(jsonLog) << file.fileName() << "cannot be read:" << error.errorString() << "at byte"
+                         << error.offset;
+    return document;
 }
 
 /// The index that `key` is the decimal form of, or -1. Only the form without sign and leading zeros is
@@ -68,6 +74,7 @@ bool openJsonDocument(const QString& filePath, QString& error, QJsonObject& root
 {
     QFile file(filePath);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCDebug(jsonLog) << filePath << "cannot be opened:" << file.errorString();
         error = QCoreApplication::translate(TRANSLATION_CONTEXT, "File not found");
         return false;
     }
@@ -77,6 +84,7 @@ bool openJsonDocument(const QString& filePath, QString& error, QJsonObject& root
         return false;
     }
     if (!document.isObject()) {
+        qCDebug(jsonLog) << filePath << "holds no object";
         error = QCoreApplication::translate(TRANSLATION_CONTEXT, "Root JSON object not found");
         return false;
     }

@@ -12,6 +12,11 @@ namespace {
 
 constexpr qint64 minimumCapacity = 1024;
 
+/// Samples that are dropped after a refused growth before memory is asked for again; a block of samples
+/// counts as at most so many.
+constexpr qint64 samplesUntilRetry = 1024;
+constexpr qint64 samplesOfBlock = 64;
+
 /// Holds a lock that may be absent. The lock object decides at run time, which the checker cannot
 /// follow.
 class OptionalLocker
@@ -110,7 +115,7 @@ void DataArray::resize(qint64 newSize)
 {
     if (newSize < 0 || newSize > SampleBlock::maximumSamples)
         return;
-    if (newSize >= m_capacity)
+    if (newSize >= m_capacity || newSize > m_allocated)
         reserve(newSize);
     if (newSize <= m_allocated)
         m_size = newSize;
@@ -120,7 +125,8 @@ void DataArray::reserve(qint64 count)
 {
     const OptionalLocker lock(m_blockLock);
     const qint64 target = std::max(count, minimumCapacity);
-    if (m_capacity >= target || target > SampleBlock::maximumSamples)
+    const bool isThere = m_capacity >= target && m_allocated >= target;
+    if (isThere || target > SampleBlock::maximumSamples)
         return;
     growBlock(std::min(m_allocated, m_capacity), target);
 }
@@ -131,6 +137,7 @@ void DataArray::freeArray()
     m_size = 0;
     m_capacity = 0;
     m_allocated = 0;
+    m_refused = 0;
     updateLimit();
 }
 
@@ -142,7 +149,7 @@ void DataArray::growBlock(qint64 used, qint64 target)
         m_data = grown;
         m_allocated = target;
     }
-    m_capacity = target;
+    m_capacity = std::max(m_capacity, target);
     updateLimit();
 }
 
@@ -155,6 +162,13 @@ void DataArray::updateLimit()
 /// one would have brought.
 bool DataArray::makeRoom(qint64 used, qint64 extra)
 {
+    // What is added after a refusal finds no room either, as a rule, and asking the system each time takes
+    // longer than anything else that happens to a sample.
+    if (m_refused > 0 && used + extra >= m_refused && m_retryAfter > 0) {
+        m_retryAfter -= std::min(extra, samplesOfBlock);
+        return false;
+    }
+    m_refused = 0;
     qint64 target = m_capacity;
     while (used + extra >= target && target <= SampleBlock::maximumSamples)
         target = std::max(target + target / 2, minimumCapacity);
@@ -163,7 +177,15 @@ bool DataArray::makeRoom(qint64 used, qint64 extra)
         return used + extra <= m_allocated;
     if (target > m_capacity || used + extra > m_allocated)
         growBlock(used, target);
-    return used + extra <= m_allocated;
+    // The capacity may claim far more than is needed.
+    const qint64 modest = std::max({m_allocated + m_allocated / 2, used + extra, minimumCapacity});
+    if (used + extra > m_allocated && modest < target)
+        growBlock(used, modest);
+    if (used + extra <= m_allocated)
+        return true;
+    m_refused = used + extra;
+    m_retryAfter = samplesUntilRetry;
+    return false;
 }
 
 void DataArray::growAndAdd(DataTypeBase value)

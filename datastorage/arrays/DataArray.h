@@ -19,7 +19,8 @@ namespace vx::datastorage {
 /// The block starts with room for 1024 samples, grows by half of its capacity when the last free slot
 /// would be taken (one slot always stays free) and never shrinks. When memory is refused, the samples
 /// already held are kept, capacity() claims the size that was asked for, and samples that find no room
-/// are dropped.
+/// are dropped; memory is asked for again after some hundred of them, and by every reserve() or resize()
+/// that needs it.
 ///
 /// Ownership: owns its block; not copyable.
 /// Threads: one thread at a time.
@@ -87,6 +88,8 @@ private:
     qint64 m_capacity = 0;                             ///< what capacity() reports
     qint64 m_allocated = 0;                            ///< below m_capacity after a refused growth
     qint64 m_limit = 0;                                ///< below this size a sample is simply stored
+    qint64 m_refused = 0;                              ///< samples that found no room, 0 when all did
+    qint64 m_retryAfter = 0;                           ///< samples to drop before it is tried again
     nel::tools::RecursiveMutex* m_blockLock = nullptr; ///< held while the block is replaced; may be null
 };
 

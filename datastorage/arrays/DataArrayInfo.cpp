@@ -3,7 +3,9 @@
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/arrays/SampleBlock_p.h>
+#include <datastorage/arrays/SampleEnvelope_p.h>
 #include <datastorage/arrays/SampleRange_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
 
 #include <algorithm>
 #include <cstring>
@@ -85,6 +87,7 @@ DataType DataArrayInfo::getDataType() const
 void DataArrayInfo::setDataType(DataType dataType)
 {
     m_dataType = dataType;
+    StreamedArrayAccess::setType(m_dataArray.get(), dataType);
 }
 
 const UsualUnit& DataArrayInfo::getDataUnit() const
@@ -187,6 +190,7 @@ bool DataArrayInfo::read(const QJsonObject& object, int version, vx::archive::Ar
     m_physicalParameter =
         static_cast<PhysicalParameter>(object.value(QLatin1String("physicalParameter")).toInt());
     m_dataType = static_cast<DataType>(object.value(QLatin1String("type")).toInt());
+    StreamedArrayAccess::setType(m_dataArray.get(), m_dataType);
     if (!m_dataUnit.read(object.value(QLatin1String("dataUnit")), version, context))
         return false;
     m_streamSetIdentifier = object.value(QLatin1String("streamSetIdentifier")).toString().toUInt();
@@ -250,6 +254,29 @@ qint64 DataArrayInfo::readSamples(qint64 first, std::span<float> out) const
 qint64 DataArrayInfo::readSamples(qint64 first, std::span<int> out) const
 {
     return StreamedArrayAccess::readSamples(*this, first, asRawSamples(out));
+}
+
+std::vector<EnvelopeColumn> DataArrayInfo::envelope(qint64 first, qint64 last, int columns) const
+{
+    const qint64 size = getSize();
+    first = std::clamp<qint64>(first, 0, size);
+    last = std::clamp<qint64>(last, first, size);
+    if (const auto* streamed = dynamic_cast<const DataArrayStreamed*>(m_dataArray.get()))
+        return StreamedEnvelope(*this, *streamed).columns(first, last, columns);
+    std::vector<EnvelopeColumn> result;
+    if (!m_dataArray)
+        return result;
+    const SampleKind kind = sampleKindOf(getDataType());
+    const std::span samples(m_dataArray->m_data, static_cast<std::size_t>(m_dataArray->m_size));
+    const EnvelopeEdges edges(first, std::min(last, m_dataArray->m_size), columns);
+    result.reserve(static_cast<std::size_t>(edges.columns()));
+    for (qint64 i = 0; i < edges.columns(); ++i) {
+        const qint64 count = edges[i + 1] - edges[i];
+        const auto part =
+            samples.subspan(static_cast<std::size_t>(edges[i]), static_cast<std::size_t>(count));
+        result.push_back(envelopeColumn(envelopeOf(part, kind), kind, edges[i], count));
+    }
+    return result;
 }
 
 } // namespace vx::datastorage

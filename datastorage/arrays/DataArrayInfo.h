@@ -3,6 +3,7 @@
 #include <datastorage/Export.h>
 #include <datastorage/arrays/DataArray.h>
 #include <datastorage/arrays/DataType.h>
+#include <datastorage/arrays/Envelope.h>
 #include <datastorage/units/PhysicalParameter.h>
 #include <datastorage/units/UsualUnit.h>
 
@@ -13,6 +14,7 @@
 
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace vx::datastorage {
 
@@ -111,6 +113,18 @@ public:
     /// fails the count is short.
     qint64 readSamples(qint64 first, std::span<float> out) const;
     qint64 readSamples(qint64 first, std::span<int> out) const;
+
+    /// What a plot of the samples from `first` to `last` - 1 (clipped to 0 to getSize()) shows in at most
+    /// `columns` columns: in order, without gaps or overlaps, each of at least one sample. No column when
+    /// there is no sample or `columns` is below 1.
+    ///
+    /// Columns are as wide as each other, to within one sample. When they would have 256 samples or more,
+    /// the edges between them are moved to the nearest multiple of 256 from the array's start; the outer
+    /// ones stay. What a column says is exact for the samples between its edges.
+    ///
+    /// The samples are taken as the data type says: as floats, or as ints for Int and Enum.
+    /// DataArrayInfoStreamed says what happens when they are not in memory; here they are all looked at.
+    std::vector<EnvelopeColumn> envelope(qint64 first, qint64 last, int columns) const;
 
 protected:
     /// The sample array; null before createDataArray().

@@ -2,6 +2,7 @@
 
 #include <datastorage/arrays/DataArrayStreamed.h>
 #include <datastorage/arrays/DataArrayStreamed_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheManagerAccess_p.h>
 
@@ -31,6 +32,7 @@ void DataArrayInfoStreamed::createDataArray()
         CacheManager::instance().awaitTaskFinished(this); // a task may be using the array that is replaced
     auto array = std::make_shared<DataArrayStreamed>();
     m_streamed = array.get();
+    StreamedArrayAccess::setType(m_streamed, getDataType());
     setDataArray(std::move(array));
 }
 
@@ -195,6 +197,11 @@ void DataArrayInfoStreamed::restart()
 PinnedSamples DataArrayInfoStreamed::pin(qint64 first, qint64 count)
 {
     return StreamedArrayAccess::pin(*this, first, count);
+}
+
+bool DataArrayInfoStreamed::isEnvelopeReady() const
+{
+    return m_streamed && StreamedEnvelope(*this, *m_streamed).isReady();
 }
 
 void DataArrayInfoStreamed::updateDataCachePath(const QString& newKey)

@@ -30,13 +30,24 @@ class DataArrayStreamed;
 ///   array is in error: the caller stays, with its thread's events flowing, until somebody calls
 ///   setReadWriteError(false), and then gets the sample if it is there, the quiet NaN 0x7FC00000 if not;
 /// - while an append is open (CacheManager::prepareAppendDataArray()), a sample on disk is read from the
-///   file by itself, without loading the array;
+///   file by itself, without loading the array; when that fails, the array is in error and the answer is
+///   the quiet NaN at once;
 /// - an index outside the array gives the quiet NaN.
 ///
-/// Threads: getSample*, readSamples(), getSize(), isInError() and setReadWriteError() may be called from
-/// any thread while the descriptor lives; they take the array's memory lock except on the main thread.
-/// Everything else belongs to the main thread. readFromDiskStream(), writeToDiskStream() and
-/// updateToDiskStream() are called by the cache's workers.
+/// Asking for an envelope() never brings the array into memory. Minimum, maximum and missing samples of
+/// blocks of 256 are kept for every array, in 1 to 2.3 % of the memory of the samples; they are summed up
+/// when samples are written, loaded, dropped or asked for:
+/// - of samples on disk, blocks suffice for wide columns but for the outer edges, which are read from
+///   the file, at most 2 KiB; a range of fewer than 256 samples per column is read whole;
+/// - the first call for many samples of an array that was restored reads the file once, in the calling
+///   thread; where nobody may wait, ask isEnvelopeReady() and CacheManager::prepareEnvelope() first;
+/// - when the file cannot be read, the array is in error as after a failed load, nobody waits, and the
+///   columns that need it have the count 0. They stay so while the array is in error.
+///
+/// Threads: getSample*, readSamples(), envelope(), isEnvelopeReady(), getSize(), isInError() and
+/// setReadWriteError() may be called from any thread while the descriptor lives; they take the array's memory
+/// lock except on the main thread. Everything else belongs to the main thread. readFromDiskStream(),
+/// writeToDiskStream() and updateToDiskStream() are called by the cache's workers.
 class VXDATASTORAGE_EXPORT DataArrayInfoStreamed : public virtual DataArrayInfo
 {
 public:
@@ -104,6 +115,10 @@ public:
     /// Views the samples from `first` on, at most `count`, and keeps the array in memory while the view
     /// lives; loads it when that is needed. Empty when nothing is there or the load fails. Any thread.
     PinnedSamples pin(qint64 first, qint64 count);
+    /// Whether envelope() needs nothing from the cache file but a few samples at the outer edges. So it is
+    /// from the beginning for an array that is filled, and for one that was restored when it has been
+    /// loaded, or CacheManager::prepareEnvelope() has finished. Any thread.
+    bool isEnvelopeReady() const;
     /// Files the array under `newKey` and renames its cache file.
     void updateDataCachePath(const QString& newKey);
 

@@ -3,6 +3,7 @@
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/arrays/SampleLoader_p.h>
 #include <datastorage/arrays/SampleWriter_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
 #include <datastorage/cache/CacheManagerAccess_p.h>
 
 #include <QtCore/QCoreApplication>
@@ -34,6 +35,7 @@ bool DataArrayStreamed::read(const QJsonObject& object, int /*version*/,
     const qint64 size = object.value(QLatin1String("realSize")).toString().toLongLong();
     m_realSize.store(size);
     m_state->samplesOnDisk.store(size);
+    m_state->envelope.drop();
     return true;
 }
 
@@ -101,15 +103,12 @@ void DataArrayStreamed::addSlowly(DataTypeBase value)
 {
     const nel::tools::Locker lock(m_memoryLock);
     if (!StreamedArrayAccess::startFilling(*this)) {
-        m_state->late.push_back(value);
-        m_realSize.fetch_add(1);
+        StreamedArrayAccess::addLate(*this, {&value, 1});
         return;
     }
     const qint64 size = m_loadedSize.load();
-    if (!makeRoom(size, 1)) {
-        setReadWriteError(true);
+    if (!StreamedArrayAccess::makeRoomOrFail(*this, size, 1))
         return;
-    }
     m_data[size] = value;
     StreamedArrayAccess::publishAdded(*this, size + 1, 1);
     m_fillLimit = m_limit;
@@ -125,6 +124,7 @@ void DataArrayStreamed::clear()
     m_state->loading = false;
     ++m_state->loadGeneration;
     ++m_state->contentGeneration;
+    m_state->envelope.drop();
     m_state->samplesOnDisk.store(0);
     m_firstIndex.store(0);
     m_realSize.store(0);
@@ -136,11 +136,14 @@ void DataArrayStreamed::resize(qint64 newSize)
 {
     const nel::tools::Locker lock(m_memoryLock);
     StreamedArrayAccess::stopFilling(*this);
+    if (newSize < m_loadedSize.load())
+        m_state->envelope.drop();
     DataArray::resize(newSize);
 }
 
 void DataArrayStreamed::removeFromMemory()
 {
+    StreamedEnvelope::extend(*this);
     {
         const nel::tools::Locker lock(m_memoryLock);
         StreamedArrayAccess::stopFilling(*this);

@@ -2,6 +2,7 @@
 
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/arrays/SampleWriter_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
 #include <datastorage/cache/CacheManagerAccess_p.h>
 
 #include <QtCore/QFile>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <new>
 
 namespace vx::datastorage {
 
@@ -35,6 +37,12 @@ void copySamples(std::span<DataTypeBase> out, const DataTypeBase* from, qint64 c
 DataArrayStreamed* StreamedArrayAccess::arrayOf(DataArrayInfoStreamed& info)
 {
     return info.getDataArrayStreamed();
+}
+
+void StreamedArrayAccess::setType(DataArray* array, DataType type)
+{
+    if (const auto* streamed = dynamic_cast<const DataArrayStreamed*>(array))
+        state(*streamed).envelope.setKind(sampleKindOf(type));
 }
 
 // What is in memory
@@ -67,10 +75,23 @@ StreamedArrayAccess::HeldBlock StreamedArrayAccess::hold(const DataArrayStreamed
             std::min(array.m_loadedSize.load(), count)};
 }
 
+std::pair<StreamedArrayAccess::HeldBlock, ArrayEnvelope::Extent>
+StreamedArrayAccess::holdWithEnvelope(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return {hold(array), array.m_state->envelope.extent()};
+}
+
 quint64 StreamedArrayAccess::loadGeneration(const DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
     return array.m_state->loadGeneration;
+}
+
+quint64 StreamedArrayAccess::contentGeneration(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return array.m_state->contentGeneration;
 }
 
 bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
@@ -89,6 +110,12 @@ bool StreamedArrayAccess::hasUnwrittenSamples(const DataArrayStreamed& array)
 void StreamedArrayAccess::setSamplesOnDisk(const DataArrayStreamed& array, qint64 count)
 {
     array.m_state->samplesOnDisk.store(count);
+}
+
+void StreamedArrayAccess::trustFile(const DataArrayStreamed& array)
+{
+    array.m_state->fileIsPartial = false;
+    array.m_state->trustedCount = -1;
 }
 
 bool StreamedArrayAccess::mayBeEvicted(const DataArrayStreamed& array)
@@ -132,7 +159,7 @@ StreamedArrayAccess::Footprint StreamedArrayAccess::footprint(const DataArrayStr
     const qint64 loaded = array.m_loadedSize.load();
     const qint64 expected = array.m_state->loading ? array.m_size : loaded;
     return {bytesPerSample * loaded, bytesPerSample * (array.m_allocated - expected),
-            bytesPerSample * (expected - loaded)};
+            bytesPerSample * (expected - loaded), array.m_state->envelope.bytes()};
 }
 
 PinnedSamples StreamedArrayAccess::pin(DataArrayInfoStreamed& info, qint64 first, qint64 count)
@@ -188,6 +215,32 @@ bool StreamedArrayAccess::startFilling(DataArrayStreamed& array)
     state.filling = true;
     MemoryMeter::instance().open(state.account);
     return true;
+}
+
+/// As makeRoom(), with an error on the array when there is no room. Whoever clears the error has it tried
+/// again at once.
+bool StreamedArrayAccess::makeRoomOrFail(DataArrayStreamed& array, qint64 used, qint64 extra)
+{
+    if (!array.isInError())
+        array.m_retryAfter = 0;
+    if (array.makeRoom(used, extra))
+        return true;
+    if (!array.isInError())
+        array.setReadWriteError(true);
+    return false;
+}
+
+/// Lets samples wait beside the block.
+void StreamedArrayAccess::addLate(DataArrayStreamed& array, std::span<const DataTypeBase> samples)
+{
+    std::vector<DataTypeBase>& late = array.m_state->late;
+    try {
+        late.insert(late.end(), samples.begin(), samples.end());
+    } catch (const std::bad_alloc&) {
+        array.setReadWriteError(true); // dropped, as samples are that find no room in the block
+        return;
+    }
+    array.m_realSize.fetch_add(sizeOf(samples));
 }
 
 void StreamedArrayAccess::stopFilling(DataArrayStreamed& array)
@@ -268,17 +321,12 @@ SampleRange StreamedArrayAccess::addBlockStreamed(DataArrayStreamed& array, std:
     const auto count = static_cast<qint64>(samples.size());
     const nel::tools::Locker lock(array.m_memoryLock);
     if (!startFilling(array)) {
-        std::vector<DataTypeBase>& late = array.m_state->late;
-        const std::span<const DataTypeBase> raw = asRawSamples(samples);
-        late.insert(late.end(), raw.begin(), raw.end());
-        array.m_realSize.fetch_add(count);
+        addLate(array, asRawSamples(samples));
         return rangeOf(samples);
     }
     const qint64 size = array.m_loadedSize.load();
-    if (!array.makeRoom(size, count)) {
-        array.setReadWriteError(true);
+    if (!makeRoomOrFail(array, size, count))
         return rangeOf(samples);
-    }
     const SampleRange range = copyWithRange(samples, array.m_data + size);
     publishAdded(array, size + count, count);
     array.m_fillLimit = array.m_limit;
@@ -321,6 +369,8 @@ bool StreamedArrayAccess::keepLast(DataArrayStreamed& array, qint64 keep)
     array.m_capacity = array.m_allocated = std::max<qint64>(keep, 1);
     array.updateLimit();
     array.m_loadedSize.store(keep);
+    // Who has looked for a sample that was in the block, and is in the file now, looks again.
+    ++array.m_state->loadGeneration;
     return true;
 }
 
@@ -330,6 +380,7 @@ void StreamedArrayAccess::dropWritten(DataArrayStreamed& array)
         array.removeFromMemory();
         return;
     }
+    StreamedEnvelope::extend(array);
     const nel::tools::Locker lock(array.m_memoryLock);
     stopFilling(array);
     const qint64 end = array.m_firstIndex.load() + array.m_size;
@@ -404,8 +455,7 @@ void StreamedArrayAccess::confirmWrite(DataArrayStreamed& array, bool whole, boo
 {
     StreamedArrayState& state = *array.m_state;
     if (ok) {
-        state.fileIsPartial = false;
-        state.trustedCount = -1;
+        trustFile(array);
         state.samplesOnDisk.store(state.endOfWrite);
     } else if (whole) {
         state.fileIsPartial = true;

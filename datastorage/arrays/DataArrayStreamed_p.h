@@ -1,5 +1,6 @@
 #pragma once
 
+#include <datastorage/arrays/ArrayEnvelope_p.h>
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/arrays/DataArrayStreamed.h>
 #include <datastorage/arrays/PinnedSamples_p.h>
@@ -10,6 +11,7 @@
 
 #include <limits>
 #include <span>
+#include <utility>
 #include <vector>
 
 class QFile;
@@ -36,6 +38,8 @@ public:
     std::atomic<qint64> lastLoadedSize{0};
     /// Loads after which samples were still missing: the file does not have them.
     std::atomic<quint64> shortLoads{0};
+    /// What is known of all samples, wherever they are.
+    ArrayEnvelope envelope;
 
     // Guarded by the array's memory lock.
     bool filling = false;           ///< loadedSize counts the samples in the block, m_size is stale
@@ -46,10 +50,11 @@ public:
     std::vector<DataTypeBase> late; ///< samples added while the block could not take them
 
     // Written by the cache's tasks of the array, of which one runs at a time.
-    bool fileIsPartial = false;  ///< a whole-file write failed: what the file says does not count
-    qint64 trustedCount = -1;    ///< after a failed append: samples in the file that are good
-    qint64 countBeforeWrite = 0; ///< samples in the file when the current write began
-    qint64 endOfWrite = 0;       ///< index behind the last sample that the current write covers
+    /// A whole-file write failed, or the file could not be deleted: what it says does not count.
+    std::atomic<bool> fileIsPartial{false};
+    std::atomic<qint64> trustedCount{-1}; ///< after a failed append: samples in the file that are good
+    qint64 countBeforeWrite = 0;          ///< samples in the file when the current write began
+    qint64 endOfWrite = 0;                ///< index behind the last sample that the current write covers
 };
 
 /// The streamed array's back door for the cache, its tasks and the descriptors.
@@ -57,6 +62,8 @@ class StreamedArrayAccess
 {
 public:
     static DataArrayStreamed* arrayOf(DataArrayInfoStreamed& info);
+    /// The samples of `array`, if it is a streamed one, are from now on taken as `type` says.
+    static void setType(DataArray* array, DataType type);
 
     /// Takes the sample at `index` of the array when this is the main thread and the sample is in memory.
     static bool residentHere(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
@@ -92,6 +99,7 @@ public:
         qint64 sampleBytes = 0;   ///< samples that can be read
         qint64 spareBytes = 0;    ///< room that no sample takes
         qint64 inFlightBytes = 0; ///< room for samples that are being loaded
+        qint64 envelopeBytes = 0;
     };
     static Footprint footprint(const DataArrayStreamed& array);
 
@@ -119,11 +127,26 @@ public:
     static qint64 loadedSize(const DataArrayStreamed& array);
     /// Changes whenever the block is dropped or begins to be loaded.
     static quint64 loadGeneration(const DataArrayStreamed& array);
+    /// Changes whenever the array is cleared.
+    static quint64 contentGeneration(const DataArrayStreamed& array);
+    /// Calls `act` unless the array was cleared since `generation` or is cleared before `act` has ended.
+    /// Returns whether it was called. `act` takes no lock of an array.
+    template <typename Act>
+    static bool actOnContent(const DataArrayStreamed& array, quint64 generation, const Act& act)
+    {
+        const nel::tools::Locker lock(array.m_memoryLock);
+        if (array.m_state->contentGeneration != generation)
+            return false;
+        act();
+        return true;
+    }
     /// The array's samples, all of them, are in memory.
     static bool isWholeInMemory(const DataArrayStreamed& array);
     /// Some samples in memory are not in the cache file.
     static bool hasUnwrittenSamples(const DataArrayStreamed& array);
     static void setSamplesOnDisk(const DataArrayStreamed& array, qint64 count);
+    /// The file is what it says, whatever happened to earlier ones.
+    static void trustFile(const DataArrayStreamed& array);
     /// Moves samples that wait beside the block into it, if it can take them. Main thread, with no load under
     /// way.
     static void collectLate(DataArrayStreamed& array);
@@ -164,6 +187,7 @@ private:
     friend class DataArrayStreamed;
     friend class SampleLoader;
     friend class SampleWriter;
+    friend class StreamedEnvelope;
 
     /// A block as it was at one moment.
     struct HeldBlock
@@ -174,6 +198,8 @@ private:
         qint64 loaded; ///< samples that can be read
     };
     static HeldBlock hold(const DataArrayStreamed& array);
+    /// As hold(), with how far the envelope of the block's content goes.
+    static std::pair<HeldBlock, ArrayEnvelope::Extent> holdWithEnvelope(const DataArrayStreamed& array);
     static qint64 sizeInBlock(const DataArrayStreamed& array);
 
     static bool residentNow(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
@@ -199,6 +225,8 @@ private:
     template <typename Sample>
     static SampleRange addBlockStreamed(DataArrayStreamed& array, std::span<const Sample> samples);
     static bool startFilling(DataArrayStreamed& array);
+    static bool makeRoomOrFail(DataArrayStreamed& array, qint64 used, qint64 extra);
+    static void addLate(DataArrayStreamed& array, std::span<const DataTypeBase> samples);
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);
     static bool isMissingSamples(const DataArrayStreamed& array);

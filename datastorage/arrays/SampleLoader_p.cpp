@@ -46,15 +46,18 @@ bool SampleLoader::load(QIODevice& device)
     qint64 count = 0;
     if (device.read(reinterpret_cast<char*>(&stored), countBytes) == countBytes)
         count = qFromLittleEndian(stored);
+    else if (isFromCache())
+        return false;
     if (!isPlausible(device, count))
         return false;
     const std::optional<Target> target = prepare(count);
     if (!target)
         return false;
-    if (target->first >= 0 && readChunks(device, *target, count))
+    bool isDelivered = true;
+    if (target->first >= 0 && readChunks(device, *target, count, isDelivered))
         finish(target->generation, count);
     m_array.m_loadLock.wakeAll();
-    return true;
+    return isDelivered;
 }
 
 bool SampleLoader::isPlausible(const QIODevice& device, qint64 count) const
@@ -76,19 +79,21 @@ std::optional<SampleLoader::Target> SampleLoader::prepare(qint64 count)
     const qint64 loaded = m_array.m_loadedSize.load();
     // A file that was opened before the array was cleared holds samples that nobody wants any more.
     if (state.pendingLoads.load() > 0 && state.contentOfLoad != state.contentGeneration)
-        return Target{SampleBlockUser(nullptr), state.loadGeneration, -1};
+        return Target{SampleBlockUser(nullptr), state.loadGeneration, -1, 0};
     if (loaded > 0 && !CacheThread::isCurrent()) {
         // While the block is filled its size grows at any moment.
         if (state.filling || loaded == m_array.m_size) {
             if (!state.filling && m_array.m_firstIndex.load() == 0 &&
                 StreamedArrayAccess::isMissingSamples(m_array))
                 state.shortLoads.fetch_add(1);
-            return Target{SampleBlockUser(nullptr), state.loadGeneration, -1};
+            return Target{SampleBlockUser(nullptr), state.loadGeneration, -1, 0};
         }
         if (m_array.m_size != count || m_array.m_firstIndex.load() != 0)
             return std::nullopt;
     } else {
         StreamedArrayAccess::stopFilling(m_array);
+        if (!isFromCache())
+            state.envelope.drop(); // any other device may bring anything
         m_array.m_loadedSize.store(0);
         MemoryMeter::instance().settle(state.account);
         StreamedArrayAccess::replaceSharedBlock(m_array);
@@ -102,12 +107,14 @@ std::optional<SampleLoader::Target> SampleLoader::prepare(qint64 count)
     }
     state.loading = true;
     MemoryMeter::instance().open(state.account);
-    return Target{SampleBlockUser(m_array.m_data), ++state.loadGeneration, m_array.m_loadedSize.load()};
+    return Target{SampleBlockUser(m_array.m_data), ++state.loadGeneration, m_array.m_loadedSize.load(),
+                  state.envelope.extent().generation};
 }
 
 /// Reads the samples from `target.first` on, publishing them chunk by chunk. Returns false when the
-/// array was emptied meanwhile, so that nobody wants the rest.
-bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 count)
+/// array was emptied meanwhile, so that nobody wants the rest, and when its own file could not be read
+/// (`isDelivered` is then false): what stands for the missing samples must not be taken for the content.
+bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 count, bool& isDelivered)
 {
     const bool isPlainFile = typeid(device) == typeid(QFile);
     qint64 remaining = (count - target.first) * bytesPerSample;
@@ -121,11 +128,18 @@ bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 co
         if (got < chunk) {
             // Once the device has failed, what it delivers later would land at the wrong index.
             delivers = false;
+            isDelivered = !isFromCache();
+            if (!isDelivered) {
+                abandon(target.generation);
+                return false;
+            }
             std::fill(destination + got / bytesPerSample, destination + chunk / bytesPerSample,
                       missingSample());
         }
         if (!publish(target.generation, chunk / bytesPerSample))
             return false;
+        if (delivers && isFromCache())
+            sumUp(target, destination - target.block.samples(), chunk / bytesPerSample);
         sinceWake += chunk;
         if (sinceWake >= wakeBytes) {
             m_array.m_loadLock.wakeAll();
@@ -145,6 +159,35 @@ bool SampleLoader::publish(quint64 generation, qint64 samples)
         return false;
     m_array.m_loadedSize.fetch_add(samples);
     return true;
+}
+
+/// Ends a load that has failed, with nothing in memory. The block stays: the main thread may be reading
+/// from it.
+void SampleLoader::abandon(quint64 generation)
+{
+    const nel::tools::Locker lock(m_array.m_memoryLock);
+    StreamedArrayState& state = StreamedArrayAccess::state(m_array);
+    if (state.loadGeneration != generation)
+        return;
+    ++state.loadGeneration;
+    state.loading = false;
+    m_array.m_loadedSize.store(0);
+    m_array.m_size = 0;
+    MemoryMeter::instance().settle(state.account);
+}
+
+/// Whether it is the cache that loads the array, from the array's own file.
+bool SampleLoader::isFromCache() const
+{
+    return StreamedArrayAccess::state(m_array).pendingLoads.load() > 0;
+}
+
+/// Adds samples that were just read to the envelope, as long as they are at hand.
+void SampleLoader::sumUp(const Target& target, qint64 first, qint64 count)
+{
+    const std::span<const DataTypeBase> samples(target.block.samples() + first,
+                                                static_cast<std::size_t>(count));
+    StreamedArrayAccess::state(m_array).envelope.append(target.envelope, first, samples);
 }
 
 void SampleLoader::finish(quint64 generation, qint64 count)

@@ -25,12 +25,16 @@ private:
     {
         SampleBlockUser block;
         quint64 generation;
-        qint64 first; ///< samples already in memory
+        qint64 first;     ///< samples already in memory
+        quint64 envelope; ///< generation of the envelope of the file's samples
     };
     std::optional<Target> prepare(qint64 count);
     bool isPlausible(const QIODevice& device, qint64 count) const;
-    bool readChunks(QIODevice& device, const Target& target, qint64 count);
+    bool readChunks(QIODevice& device, const Target& target, qint64 count, bool& isDelivered);
+    void abandon(quint64 generation);
     bool publish(quint64 generation, qint64 samples);
+    bool isFromCache() const;
+    void sumUp(const Target& target, qint64 first, qint64 count);
     void finish(quint64 generation, qint64 count);
 
     DataArrayStreamed& m_array;

@@ -54,8 +54,8 @@ SampleWriter::Body SampleWriter::readBody(QIODevice& device) const
     if (device.read(reinterpret_cast<char*>(&stored), countBytes) == countBytes)
         body.count = qFromLittleEndian(stored);
     StreamedArrayState& state = StreamedArrayAccess::state(m_array);
-    if (state.trustedCount >= 0)
-        body.count = std::min(body.count, state.trustedCount);
+    if (const qint64 trusted = state.trustedCount.load(); trusted >= 0)
+        body.count = std::min(body.count, trusted);
     state.countBeforeWrite = body.count;
     return body;
 }

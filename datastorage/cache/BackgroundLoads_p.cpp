@@ -31,14 +31,14 @@ BackgroundLoads::~BackgroundLoads()
 }
 
 template <typename Result>
-QFuture<Result> BackgroundLoads::enter(DataArrayInfoStreamed* info, qint64 first, qint64 count,
+QFuture<Result> BackgroundLoads::enter(Wanted wanted, DataArrayInfoStreamed* info, qint64 first, qint64 count,
                                        std::function<Result(const QString&)> result)
 {
     const auto promise = std::make_shared<QPromise<Result>>();
     promise->setProgressRange(0, asProgress(first + count));
     promise->start();
     QFuture<Result> future = promise->future();
-    m_requests.push_back({info, first, count, [promise] { return promise->isCanceled(); },
+    m_requests.push_back({wanted, info, first, count, [promise] { return promise->isCanceled(); },
                           [promise](int samples) { promise->setProgressValue(samples); },
                           [promise, result = std::move(result)](const QString& error) {
                               promise->addResult(result(error));
@@ -58,7 +58,7 @@ QFuture<LoadResult> BackgroundLoads::load(DataArrayInfoStreamed* info)
         const qint64 samples = array ? StreamedArrayAccess::loadedSize(*array) : 0;
         return LoadResult{error.isEmpty(), samples, error};
     };
-    return enter<LoadResult>(info, 0, info->getSize(), result);
+    return enter<LoadResult>(Wanted::Samples, info, 0, info->getSize(), result);
 }
 
 QFuture<ReadResult> BackgroundLoads::read(DataArrayInfoStreamed* info, qint64 first, qint64 count)
@@ -72,7 +72,13 @@ QFuture<ReadResult> BackgroundLoads::read(DataArrayInfoStreamed* info, qint64 fi
         read.samples.resize(array ? StreamedArrayAccess::copyResident(*array, first, out) : 0);
         return read;
     };
-    return enter<ReadResult>(info, std::max<qint64>(first, 0), wanted, result);
+    return enter<ReadResult>(Wanted::Samples, info, std::max<qint64>(first, 0), wanted, result);
+}
+
+QFuture<EnvelopeResult> BackgroundLoads::prepareEnvelope(DataArrayInfoStreamed* info)
+{
+    const auto result = [](const QString& error) { return EnvelopeResult{error.isEmpty(), error}; };
+    return enter<EnvelopeResult>(Wanted::Envelope, info, 0, info->getSize(), result);
 }
 
 bool BackgroundLoads::isReady(const Request& request) const
@@ -80,9 +86,33 @@ bool BackgroundLoads::isReady(const Request& request) const
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
     if (request.count == 0)
         return true;
+    if (request.wanted == Wanted::Envelope)
+        return array && request.info->isEnvelopeReady();
     const qint64 begin = array ? StreamedArrayAccess::firstIndex(*array) : 0;
     const qint64 end = array ? begin + StreamedArrayAccess::loadedSize(*array) : 0;
     return begin <= request.first && request.first + request.count <= end;
+}
+
+qint64 BackgroundLoads::progressOf(const Request& request) const
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
+    if (!array)
+        return 0;
+    return request.wanted == Wanted::Envelope ? StreamedArrayAccess::state(*array).envelope.extent().size
+                                              : StreamedArrayAccess::loadedSize(*array);
+}
+
+bool BackgroundLoads::ask(Request& request)
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
+    if (request.hasAsked || !array)
+        return false;
+    if (request.wanted == Wanted::Envelope) {
+        request.hasAsked = m_cache.startSummingUp(request.info);
+        return true;
+    }
+    request.hasAsked = true;
+    return !m_cache.isReadFromFile(request.info, *array) && m_cache.startBringingSoon(request.info);
 }
 
 bool BackgroundLoads::advance(Request& request)
@@ -90,19 +120,17 @@ bool BackgroundLoads::advance(Request& request)
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
     if (isReady(request) || request.isCanceled() || !request.error.isEmpty())
         return true;
-    request.setProgress(asProgress(array ? StreamedArrayAccess::loadedSize(*array) : 0));
+    request.setProgress(asProgress(progressOf(request)));
     const bool isLoading = array && StreamedArrayAccess::state(*array).pendingLoads.load() > 0;
-    if (isLoading || m_cache.tasks.isRunning(request.info)) {
+    // What went wrong in a task is known when its completion has run.
+    if (isLoading || m_cache.tasks.isBusy(request.info)) {
         request.hasAsked = request.hasAsked || isLoading;
         return false;
     }
-    if (request.hasAsked || !array || m_cache.isReadFromFile(request.info, *array) ||
-        !m_cache.startBringingSoon(request.info)) {
-        request.error = QStringLiteral("The samples cannot be brought into memory");
-        return true;
-    }
-    request.hasAsked = true;
-    return false;
+    if (ask(request))
+        return false;
+    request.error = QStringLiteral("The samples cannot be brought into memory");
+    return true;
 }
 
 void BackgroundLoads::update()

@@ -15,7 +15,7 @@ namespace vx::datastorage {
 class CacheManagerPrivate;
 class DataArrayInfoStreamed;
 
-/// Brings arrays into memory for callers that must not wait.
+/// Brings arrays into memory and prepares their envelopes for callers that must not wait.
 ///
 /// A request joins the load of its array that runs, or starts one as soon as the array has no running
 /// task. While there are requests, a timer on the main thread looks every 10 ms how far they are, which
@@ -32,6 +32,7 @@ public:
 
     QFuture<LoadResult> load(DataArrayInfoStreamed* info);
     QFuture<ReadResult> read(DataArrayInfoStreamed* info, qint64 first, qint64 count);
+    QFuture<EnvelopeResult> prepareEnvelope(DataArrayInfoStreamed* info);
 
     /// The load of `info` has failed with `error`.
     void fail(DataArrayInfoStreamed* info, const QString& error);
@@ -45,9 +46,15 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
-    /// One request; type-free, so that loads and reads share the waiting.
+    enum class Wanted
+    {
+        Samples,
+        Envelope
+    };
+    /// One request; type-free, so that all share the waiting.
     struct Request
     {
+        Wanted wanted;
         DataArrayInfoStreamed* info;
         qint64 first; ///< samples that are wanted, from here on
         qint64 count;
@@ -55,15 +62,18 @@ private:
         std::function<void(int)> setProgress;
         std::function<void(const QString&)> finish; ///< with the error, if there is one
         QString error;
-        bool hasAsked = false; ///< a load was started or joined
+        bool hasAsked = false; ///< what is wanted was started or joined
     };
 
     template <typename Result>
-    QFuture<Result> enter(DataArrayInfoStreamed* info, qint64 first, qint64 count,
+    QFuture<Result> enter(Wanted wanted, DataArrayInfoStreamed* info, qint64 first, qint64 count,
                           std::function<Result(const QString&)> result);
     /// Moves a request on; returns whether it is over.
     bool advance(Request& request);
     bool isReady(const Request& request) const;
+    qint64 progressOf(const Request& request) const;
+    /// Starts what brings `request` on. Returns false when nothing can.
+    bool ask(Request& request);
 
     CacheManagerPrivate& m_cache;
     std::list<Request> m_requests;

@@ -23,4 +23,11 @@ struct ReadResult
     QString error;               ///< why there are fewer; empty when there are not
 };
 
+/// How the preparation of an envelope ended.
+struct EnvelopeResult
+{
+    bool isReady = false; ///< all samples are summed up
+    QString error;        ///< what went wrong; the cache's own text for a failed read
+};
+
 } // namespace vx::datastorage

@@ -11,6 +11,7 @@
 #include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #if defined(Q_OS_UNIX)
 #include <unistd.h>
@@ -94,6 +95,17 @@ bool acquire(QLockFile& lock, qint64 directoryOwner, std::chrono::milliseconds p
     return patience.count() > 0 && lock.tryLock(static_cast<int>(patience.count()));
 }
 
+/// Ends a lock. One whose file is gone already has nothing to give back, and its object would complain
+/// about that on the standard error: it is kept instead.
+void release(std::unique_ptr<QLockFile> lock)
+{
+    if (lock == nullptr || QFileInfo::exists(lock->fileName()))
+        return;
+    static auto* const goneLocks = new (std::nothrow) std::vector<std::unique_ptr<QLockFile>>();
+    if (goneLocks != nullptr)
+        goneLocks->push_back(std::move(lock));
+}
+
 /// Removes a directory that a dead process has left, if it is there. It is moved into `trash` first, in one
 /// step: the next process with that id need not wait until everything is deleted.
 void removeLeftOver(const QString& directory, const QString& trash)
@@ -168,13 +180,19 @@ CacheDirectory::~CacheDirectory()
         const QString directory = m_locks.begin()->first;
         if (m_locks.begin()->second != nullptr)
             remove(directory);
-        m_locks.erase(directory);
+        forget(directory);
     }
 }
 
 bool CacheDirectory::isForked() const
 {
     return platform::currentProcessId() != m_processId;
+}
+
+void CacheDirectory::forget(const QString& directory)
+{
+    if (const auto known = m_locks.extract(directory))
+        release(std::move(known.mapped()));
 }
 
 bool CacheDirectory::create(const QString& path, bool perProcess)
@@ -192,7 +210,7 @@ bool CacheDirectory::createPerProcess(const QString& directory)
     if (const auto known = m_locks.find(directory); known != m_locks.end()) {
         if (known->second == nullptr || hadLockFile)
             return makeOwnDirectory(directory);
-        m_locks.erase(known); // somebody has deleted the lock file
+        forget(directory); // somebody has deleted the lock file
     }
     auto lock = std::make_unique<QLockFile>(lockPath);
     const bool locked =
@@ -221,8 +239,7 @@ bool CacheDirectory::remove(const QString& path)
     // The lock goes last: until then, whoever finds the rest of the files finds them locked or left behind.
     if (entry.exists() && !QDir(directory).removeRecursively())
         return false;
-    if (lock != m_locks.end())
-        m_locks.erase(lock);
+    forget(directory);
     return true;
 }
 

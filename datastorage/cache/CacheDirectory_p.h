@@ -48,6 +48,8 @@ public:
 private:
     bool createPerProcess(const QString& directory);
     bool isForked() const;
+    /// Gives the lock of `directory`, if there is one, back.
+    void forget(const QString& directory);
 
     /// By path without '/' at its end; null for a directory that could not be locked.
     std::map<QString, std::unique_ptr<QLockFile>> m_locks;

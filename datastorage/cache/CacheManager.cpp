@@ -2,6 +2,7 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileName_p.h>
+#include <datastorage/cache/CacheLog_p.h>
 #include <datastorage/cache/CacheManagerAccess_p.h>
 #include <datastorage/cache/CacheManager_p.h>
 #include <datastorage/cache/CacheReadManager.h>
@@ -41,6 +42,7 @@ bool isLoadNeeded(const DataArrayInfoStreamed* info)
 CacheManager::CacheManager(nel::tools::Singleton<CacheManager>::token /*token*/)
     : d(std::make_unique<CacheManagerPrivate>(*this))
 {
+    cacheLog(); // made before this object is complete, the category outlives it
     qRegisterMetaType<DataArrayInfoStreamed*>("vx::datastorage::DataArrayInfoStreamed*");
     setDefaultCachePath(getDefaultSystemTempDirectory() + QLatin1String("/Cache/"), true);
     setCacheSizeInBytes(static_cast<qint64>(getPhysicalMemoryAvailableInBytes() >> 1));
@@ -59,10 +61,15 @@ CacheManager::~CacheManager()
 bool CacheManager::readCacheConfiguration(const QString& fileName, int version, QString& error)
 {
     QJsonObject root;
-    if (!JsonUtils::openJsonDocument(fileName, error, root) ||
-        !JsonUtils::checkVersionNumber(root, version, error))
-        return false;
-    return readCacheParameters(root, error);
+    const bool isRead = JsonUtils::openJsonDocument(fileName, error, root) &&
+                        JsonUtils::checkVersionNumber(root, version, error) &&
+                        readCacheParameters(root, error);
+    if (isRead)
+        qCDebug(cacheLog) << "configured by" << fileName << "directory:" << d->cachePath
+                          << "budget:" << d->budgetBytes.load();
+    else
+        qCDebug(cacheLog) << "refused" << fileName << error;
+    return isRead;
 }
 
 bool CacheManager::readCacheParameters(QJsonObject& root, QString& error)
@@ -203,8 +210,10 @@ void CacheManager::loadDataArrayInfoToCache(const QString& key, DataArrayInfoStr
 {
     d->insert(State::Cached, key, info);
     info->removeFromMemory();
-    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info)) {
         StreamedArrayAccess::setSamplesOnDisk(*array, info->getSize());
+        StreamedArrayAccess::trustFile(*array); // what is there now has been put there
+    }
 }
 
 void CacheManager::removeDataArrayInfoFromCache(DataArrayInfoStreamed* info)
@@ -374,17 +383,21 @@ qint64 CacheManager::getUsedDataCacheSizeInBytes() const
 /// Opens the mapping of an array that has none and reads the first sample from it.
 DataTypeBase CacheManager::openSampleDirect(DataArrayInfoStreamed* info, qint64 index)
 {
-    if (d->tasks.isRunning(info))
-        awaitTaskFinished(info); // a file that is being written cannot be mapped yet
+    // A file that is being written, or whose write waits for a completion, cannot be mapped yet.
+    awaitTaskFinished(info);
     const QString file = d->registry.fileOf(info);
     CacheReadManager& reader = CacheReadManager::instance();
     const int id = reader.getFreeId();
     info->setStreamId(id);
-    if (reader.initialize(id, file))
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    const bool isVoid = array && StreamedArrayAccess::state(*array).fileIsPartial;
+    if (!isVoid && reader.initialize(id, file))
         return reader.getSampleDirect(id, index);
     info->setReadWriteError(true);
     d->counters.countError();
-    Q_EMIT signal_cacheError(QLatin1String("[CacheReadManager] Cannot initialize mmap for file:") + file);
+    const QString error = QLatin1String("[CacheReadManager] Cannot initialize mmap for file:") + file;
+    qCDebug(cacheLog) << error;
+    Q_EMIT signal_cacheError(error);
     return DataTypeBase{.intValue = 0};
 }
 
@@ -406,6 +419,11 @@ QFuture<ReadResult> CacheManager::readInBackground(DataArrayInfoStreamed* info, 
     return d->background.read(info, first, count);
 }
 
+QFuture<EnvelopeResult> CacheManager::prepareEnvelope(DataArrayInfoStreamed* info)
+{
+    return d->background.prepareEnvelope(info);
+}
+
 CacheStatistics CacheManager::statistics() const
 {
     CacheStatistics statistics;
@@ -422,6 +440,7 @@ CacheStatistics CacheManager::statistics() const
         statistics.sampleBytes += footprint.sampleBytes;
         statistics.spareBytes += footprint.spareBytes;
         statistics.inFlightBytes += footprint.inFlightBytes;
+        statistics.envelopeBytes += footprint.envelopeBytes;
         if (StreamedArrayAccess::state(*array).pins->load() > 0) {
             ++statistics.pinnedArrays;
             statistics.pinnedBytes += footprint.sampleBytes;

@@ -185,6 +185,10 @@ public:
     QFuture<LoadResult> loadInBackground(DataArrayInfoStreamed* info);
     /// As loadInBackground(), for a copy of the samples from `first` on, at most `count`.
     QFuture<ReadResult> readInBackground(DataArrayInfoStreamed* info, qint64 first, qint64 count);
+    /// Makes the envelope of `info` ready (DataArrayInfoStreamed::isEnvelopeReady()) without making anybody
+    /// wait and without bringing the array into memory: its cache file is read once, in pieces. Progress
+    /// counts samples. Failures and threads as in loadInBackground().
+    QFuture<EnvelopeResult> prepareEnvelope(DataArrayInfoStreamed* info);
     /// What the cache holds now and has done so far. Looks at every filed array once. Main thread.
     CacheStatistics statistics() const;
 

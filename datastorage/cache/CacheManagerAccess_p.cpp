@@ -5,11 +5,10 @@
 #include <datastorage/cache/CacheFileHeader_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheManager_p.h>
+#include <datastorage/cache/PoolThreadPause_p.h>
 #include <datastorage/cache/RegularFile_p.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QThread>
-#include <QtCore/QThreadPool>
 
 #include <algorithm>
 
@@ -25,30 +24,6 @@ constexpr qint64 countBytes = 8;
 
 std::atomic<CacheManager*> existingManager{nullptr};
 std::atomic<bool> isGone{false};
-
-/// Lets the global thread pool use another thread while one of its own waits for a load: the load may
-/// be queued behind the very tasks that wait for it.
-class PoolThreadPause
-{
-public:
-    PoolThreadPause() : m_pool(QThreadPool::globalInstance())
-    {
-        if (m_pool && !m_pool->contains(QThread::currentThread()))
-            m_pool = nullptr;
-        if (m_pool)
-            m_pool->releaseThread();
-    }
-    ~PoolThreadPause()
-    {
-        if (m_pool)
-            m_pool->reserveThread();
-    }
-    PoolThreadPause(const PoolThreadPause&) = delete;
-    PoolThreadPause& operator=(const PoolThreadPause&) = delete;
-
-private:
-    QThreadPool* m_pool;
-};
 
 /// What is left to do for somebody who wants a sample that was not in memory.
 enum class Next
@@ -81,6 +56,15 @@ Next bring(CacheManagerPrivate& d, DataArrayInfoStreamed* info, qint64 index,
     if (index >= StreamedArrayAccess::realSize(array))
         return Next::GiveUp;
     return mayHaveMissedIt && state.shortLoads.load() == shortLoadsBefore ? Next::Look : Next::ShortFile;
+}
+
+/// What CacheManagerPrivate::isLost() needs to know. The file may be taken out of use after its samples
+/// have come into memory, from where they may be gone again.
+CacheManagerPrivate::BeforeRead beforeRead(const CacheManagerPrivate& d, DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    return {StreamedArrayAccess::loadGeneration(array), StreamedArrayAccess::contentGeneration(array),
+            d.registry.fileOf(info)};
 }
 
 } // namespace
@@ -129,26 +113,23 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     CacheManagerPrivate& d = *cache->d;
     DataTypeBase sample = missingSample();
-    // The file may have been taken out of use after its samples had come into memory, from where they
-    // may be gone again.
-    const auto isLost = [&](quint64 generation) {
-        return d.isReadFromFile(info, array) && StreamedArrayAccess::loadGeneration(array) == generation;
-    };
     for (;;) {
         if (StreamedArrayAccess::resident(array, index, sample) ||
             StreamedArrayAccess::copyLate(array, index, {&sample, 1}) > 0)
             return sample;
-        const quint64 generation = StreamedArrayAccess::loadGeneration(array);
         if (d.isReadFromFile(info, array)) {
+            const CacheManagerPrivate::BeforeRead before = beforeRead(d, info);
             if (d.readFromFile(info, index, {&sample, 1}) > 0 ||
-                StreamedArrayAccess::resident(array, index, sample) || isLost(generation))
+                StreamedArrayAccess::resident(array, index, sample) || d.isLost(info, index, before))
                 return sample;
             continue;
         }
         const PoolThreadPause pause;
+        const quint64 content = StreamedArrayAccess::contentGeneration(array);
         Next next = bring(d, info, index, StreamedArrayAccess::waitForSample);
         if (next == Next::ShortFile) {
-            d.reportShortFile(info);
+            if (!d.reportShortFile(info, content))
+                continue;
             const Wait result = StreamedArrayAccess::waitForSample(array, index);
             next = result == Wait::Readable ? Next::Look : Next::Failed;
         }
@@ -193,22 +174,17 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
     auto* info = const_cast<DataArrayInfoStreamed*>(streamedInfo);
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     CacheManagerPrivate& d = *cache->d;
-    // The file may have been taken out of use after its samples had come into memory, from where they
-    // may be gone again.
-    const auto isLost = [&](quint64 generation) {
-        return d.isReadFromFile(info, array) && StreamedArrayAccess::loadGeneration(array) == generation;
-    };
     for (;;) {
         if (const qint64 copied = StreamedArrayAccess::copyResident(array, first, out))
             return copied;
         if (const qint64 copied = StreamedArrayAccess::copyLate(array, first, out))
             return copied;
-        const quint64 generation = StreamedArrayAccess::loadGeneration(array);
         if (d.isReadFromFile(info, array)) {
+            const CacheManagerPrivate::BeforeRead before = beforeRead(d, info);
             qint64 copied = d.readFromFile(info, first, out);
             if (copied == 0)
                 copied = StreamedArrayAccess::copyResident(array, first, out);
-            if (copied > 0 || isLost(generation))
+            if (copied > 0 || d.isLost(info, first, before))
                 return copied;
             continue;
         }
@@ -219,6 +195,45 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
     }
 }
 
+CacheManagerAccess::FileRead CacheManagerAccess::readFile(const DataArrayInfo& constInfo, qint64 first,
+                                                          std::span<DataTypeBase> out, Caller caller)
+{
+    FileRead lost{0, 0, QStringLiteral("The samples cannot be brought into memory")};
+    CacheManager* cache = existing();
+    const auto* streamedInfo = dynamic_cast<const DataArrayInfoStreamed*>(&constInfo);
+    if (!cache || !streamedInfo)
+        return lost;
+    auto* info = const_cast<DataArrayInfoStreamed*>(streamedInfo); // marked in error, at most
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    CacheManagerPrivate& d = *cache->d;
+    const quint64 generation = StreamedArrayAccess::loadGeneration(array);
+    const quint64 content = StreamedArrayAccess::contentGeneration(array);
+    if (array.isInError())
+        return lost;
+    const QString fileName = d.registry.fileOf(info);
+    if (!d.registry.isKnown(info)) // while its key changes, it is not for a moment
+        return d.isWorthAnotherLook(info, first, fileName, generation, caller) ? FileRead{} : lost;
+    // A write in progress has put the new count in front of samples that are not there yet.
+    const bool wasRunning = d.tasks.isRunning(info);
+    const qint64 written = StreamedArrayAccess::state(array).samplesOnDisk.load();
+    const bool isWritten = first < written;
+    if (isWritten)
+        out = out.first(static_cast<std::size_t>(std::min(static_cast<qint64>(out.size()), written - first)));
+    FileRead read = isWritten ? CacheManagerPrivate::readSamples(fileName, first, out) : lost;
+    if (read.count > 0)
+        return read;
+    if (isWritten && caller == Caller::Reader && (wasRunning || d.tasks.isRunning(info))) {
+        const PoolThreadPause pause; // the task may be queued behind this very thread
+        QThread::yieldCurrentThread();
+        return {};
+    }
+    if (d.isWorthAnotherLook(info, first, fileName, generation, caller))
+        return {};
+    if (isWritten && !d.reportReadError(info, read.error, content))
+        return {};
+    return read;
+}
+
 bool CacheManagerPrivate::isReadFromFile(DataArrayInfoStreamed* info, const DataArrayStreamed& array) const
 {
     if (registry.isKnown(info) && registry.registrations(info) == 0)
@@ -227,11 +242,13 @@ bool CacheManagerPrivate::isReadFromFile(DataArrayInfoStreamed* info, const Data
            !CacheThread::isCurrent();
 }
 
-qint64 CacheManagerPrivate::readFromFile(const DataArrayInfoStreamed* info, qint64 first,
+qint64 CacheManagerPrivate::readFromFile(DataArrayInfoStreamed* info, qint64 first,
                                          std::span<DataTypeBase> out) const
 {
     QFile file;
-    if (!openRegularFile(file, registry.fileOf(info), QIODevice::Unbuffered))
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    if (StreamedArrayAccess::state(array).fileIsPartial ||
+        !openRegularFile(file, registry.fileOf(info), QIODevice::Unbuffered))
         return 0;
     const qint64 inFile = (file.size() - CACHE_FILE_HEADER_BYTES - countBytes) / bytesPerSample;
     const qint64 count = std::clamp<qint64>(inFile - first, 0, static_cast<qint64>(out.size()));

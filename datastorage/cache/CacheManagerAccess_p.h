@@ -2,7 +2,7 @@
 
 #include <datastorage/arrays/DataType.h>
 
-#include <QtCore/qglobal.h>
+#include <QtCore/QString>
 
 #include <span>
 
@@ -36,6 +36,24 @@ public:
     /// Copies samples from `first` on, which are not in memory, to `out`; returns how many, 0 when they
     /// cannot be had. Loads the array when that helps; never waits for an error to be cleared.
     static qint64 readAbsent(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out);
+
+    /// Who reads from an array's cache file.
+    enum class Caller
+    {
+        Reader, ///< any thread
+        Task    ///< the array's running task
+    };
+    /// Samples read from the file. None and no error: look in memory, or ask, again.
+    struct FileRead
+    {
+        qint64 count = 0;
+        qint64 bytes = 0; ///< all that were read, the header's included
+        QString error;
+    };
+    /// Copies samples from `first` on, which are not in memory, from the array's cache file to `out`
+    /// without loading the array. What is wrong with the file is told in the usual way, too.
+    static FileRead readFile(const DataArrayInfo& info, qint64 first, std::span<DataTypeBase> out,
+                             Caller caller);
 };
 
 } // namespace vx::datastorage

@@ -2,10 +2,13 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/CacheLog_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheReadManager.h>
+#include <datastorage/cache/CacheTaskEnvelope_p.h>
 #include <datastorage/cache/CacheTaskRead.h>
 #include <datastorage/cache/CacheTaskWrite.h>
+#include <datastorage/cache/PoolThreadPause_p.h>
 #include <datastorage/cache/RegularFile_p.h>
 
 #include <tools/TaskHandOff_p.h>
@@ -15,6 +18,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
+#include <QtCore/QtEndian>
 
 #include <algorithm>
 #include <utility>
@@ -54,6 +58,9 @@ void CompletionRunner::onWake()
 CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner)
     : manager(owner), tasks([this] { runner.wake(); }), runner(tasks), background(*this)
 {
+    // What Qt keeps of its pool ends in the reverse order of its making: it has to outlive this object,
+    // which asks for the pool when it goes.
+    QThreadPool::globalInstance();
     background.moveToThread(runner.thread());
 }
 
@@ -102,9 +109,13 @@ bool CacheManagerPrivate::refile(DataArrayInfoStreamed* info, const QString& new
 void CacheManagerPrivate::removeFile(DataArrayInfoStreamed* info, const QString& file)
 {
     closeStream(info);
-    QFile::remove(file);
-    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
-        StreamedArrayAccess::setSamplesOnDisk(*array, 0);
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    if (array)
+        StreamedArrayAccess::setSamplesOnDisk(*array, 0); // first: nobody looks for what is about to go
+    const bool isRemoved = QFile::remove(file);
+    // A file that cannot be removed, or that has gone away with its directory, may be there later.
+    if (array)
+        StreamedArrayAccess::state(*array).fileIsPartial = !isRemoved;
 }
 
 void CacheManagerPrivate::removeStaleFile(DataArrayInfoStreamed* info)
@@ -113,7 +124,7 @@ void CacheManagerPrivate::removeStaleFile(DataArrayInfoStreamed* info)
     // process with the same id, or an array that was taken out before, has left it.
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
     if (array && StreamedArrayAccess::isWholeInMemory(*array))
-        QFile::remove(registry.fileOf(info));
+        StreamedArrayAccess::state(*array).fileIsPartial = !QFile::remove(registry.fileOf(info));
 }
 
 void CacheManagerPrivate::closeStream(DataArrayInfoStreamed* info)
@@ -145,8 +156,11 @@ void CacheManagerPrivate::updateCache()
             kept.insert(oldest);
             continue;
         }
-        if (oldest->getSizeLoadedInMemory() > 0)
+        if (oldest->getSizeLoadedInMemory() > 0) {
             counters.countEviction();
+            qCDebug(cacheLog) << "evicted" << oldest->getName()
+                              << "samples:" << oldest->getSizeLoadedInMemory();
+        }
         oldest->removeFromMemory();
     }
     for (DataArrayInfoStreamed* info : std::as_const(kept))
@@ -182,13 +196,23 @@ void CacheManager::startReadTask(DataArrayInfoStreamed* info)
     d->start(info, task);
 }
 
+/// Whether the array has samples and all of them are in memory.
+bool CacheManagerPrivate::isThere(const DataArrayStreamed& array)
+{
+    return StreamedArrayAccess::realSize(array) > 0 && StreamedArrayAccess::isWholeInMemory(array);
+}
+
 void CacheManagerPrivate::loadHere(DataArrayInfoStreamed* info)
 {
     do
         manager.awaitTaskFinished(info);
     while (!tasks.begin(info)); // another thread was faster
-    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
-        StreamedArrayAccess::startLoad(*array);
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    if (isThere(array)) { // the task that was waited for has brought it; a load could only lose samples
+        finish(info, [] {});
+        return;
+    }
+    StreamedArrayAccess::startLoad(array);
     const QString error = CacheTaskRead::load(registry.fileOf(info), info);
     if (error.isEmpty()) {
         manager.onReadTaskFinished(info);
@@ -196,6 +220,21 @@ void CacheManagerPrivate::loadHere(DataArrayInfoStreamed* info)
     }
     info->setReadWriteError(true);
     manager.onReadTaskError(info, error);
+}
+
+bool CacheManagerPrivate::startSummingUp(DataArrayInfoStreamed* info)
+{
+    if (!tasks.begin(info))
+        return false;
+    const StreamedEnvelope envelope(*info, *StreamedArrayAccess::arrayOf(*info));
+    start(info, new CacheTaskEnvelope(envelope, [this, info](const QString& error) {
+              finish(info, [this, info, error] {
+                  if (!error.isEmpty())
+                      background.fail(info, error);
+                  background.update();
+              });
+          }));
+    return true;
 }
 
 void CacheManager::startWriteTask(DataArrayInfoStreamed* info, bool append)
@@ -220,6 +259,7 @@ void CacheManager::onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 {
     d->counters.countWrite();
     d->finish(dataArrayInfo, [this, dataArrayInfo] {
+        qCDebug(cacheLog) << "written" << dataArrayInfo->getName() << "samples:" << dataArrayInfo->getSize();
         CacheManagerPrivate::closeStream(dataArrayInfo);
         if (isCached(dataArrayInfo) && !dataArrayInfo->isUseBatchMode())
             pushToPriorityQueue(dataArrayInfo);
@@ -236,6 +276,7 @@ void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const 
     d->counters.countError();
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
+        qCDebug(cacheLog) << error;
         Q_EMIT signal_cacheError(error);
         if (d->tasks.isCompleting(dataArrayInfo)) // a listener may have destroyed the array
             dataArrayInfo->setUseBatchMode(false);
@@ -244,9 +285,15 @@ void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const 
 
 void CacheManager::onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 {
-    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
-        d->counters.countLoad(StreamedArrayAccess::finishLoad(*array));
-    d->finish(dataArrayInfo, [this, dataArrayInfo] {
+    qint64 nanoseconds = 0;
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo)) {
+        nanoseconds = StreamedArrayAccess::finishLoad(*array);
+        d->counters.countLoad(nanoseconds);
+    }
+    d->finish(dataArrayInfo, [this, dataArrayInfo, nanoseconds] {
+        qCDebug(cacheLog) << "loaded" << dataArrayInfo->getName()
+                          << "samples:" << dataArrayInfo->getSizeLoadedInMemory()
+                          << "milliseconds:" << static_cast<double>(nanoseconds) * 1e-6;
         d->background.update();
         if (!isCached(dataArrayInfo))
             return;
@@ -263,6 +310,7 @@ void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const Q
     d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         d->background.fail(dataArrayInfo, error);
+        qCDebug(cacheLog) << error;
         Q_EMIT signal_cacheError(error);
     });
 }
@@ -303,25 +351,89 @@ void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
     }
     // What another thread has brought meanwhile need not be in the file any more, and new samples in the
     // block would stand in the way of a load.
-    const bool isThere =
-        StreamedArrayAccess::realSize(*array) > 0 && StreamedArrayAccess::isWholeInMemory(*array);
-    if (isThere || isReadFromFile(info, *array))
+    if (isThere(*array) || isReadFromFile(info, *array))
         finish(info, [] {});
     else
         manager.startReadTask(info);
 }
 
-void CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info)
+bool CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info, quint64 content)
 {
-    info->setReadWriteError(true);
-    counters.countError();
     const QString error =
         QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + registry.fileOf(info);
+    return reportReadError(info, error, content);
+}
+
+bool CacheManagerPrivate::reportReadError(DataArrayInfoStreamed* info, const QString& error, quint64 content)
+{
+    qCDebug(cacheLog) << error;
     if (CacheThread::isCurrent()) {
+        info->setReadWriteError(true);
+        counters.countError();
         Q_EMIT manager.signal_cacheError(error);
-        return;
+        return true;
     }
-    tasks.post(info, [this, error] { Q_EMIT manager.signal_cacheError(error); });
+    // The main thread may have cleared the array, and filled it anew, since the file was found short: then
+    // what is in it now has no error.
+    return StreamedArrayAccess::actOnContent(*StreamedArrayAccess::arrayOf(*info), content, [&] {
+        info->setReadWriteError(true);
+        counters.countError();
+        tasks.post(info, [this, error] { Q_EMIT manager.signal_cacheError(error); });
+    });
+}
+
+bool CacheManagerPrivate::isLost(DataArrayInfoStreamed* info, qint64 index, const BeforeRead& before)
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    if (!isReadFromFile(info, array) || StreamedArrayAccess::loadGeneration(array) != before.generation)
+        return false;
+    if (index >= StreamedArrayAccess::state(array).samplesOnDisk.load() || array.isInError())
+        return true;
+    return !isWorthAnotherLook(info, index, before.fileName, before.generation,
+                               CacheManagerAccess::Caller::Reader) &&
+           reportShortFile(info, before.content);
+}
+
+CacheManagerAccess::FileRead CacheManagerPrivate::readSamples(const QString& fileName, qint64 first,
+                                                              std::span<DataTypeBase> out)
+{
+    constexpr auto bytesPerSample = static_cast<qint64>(sizeof(DataTypeBase));
+    QFile file;
+    CacheManagerAccess::FileRead read{0, CACHE_FILE_SAMPLES_OFFSET, CacheTaskRead::open(file, fileName)};
+    if (!read.error.isEmpty())
+        return read;
+    qint64 stored = 0;
+    if (file.read(reinterpret_cast<char*>(&stored), sizeof stored) == sizeof stored) {
+        const qint64 left = qFromLittleEndian(stored) - first;
+        const qint64 bytes = std::clamp<qint64>(left, 0, static_cast<qint64>(out.size())) * bytesPerSample;
+        if (bytes > 0 && file.seek(CACHE_FILE_SAMPLES_OFFSET + first * bytesPerSample))
+            read.count =
+                std::max<qint64>(file.read(reinterpret_cast<char*>(out.data()), bytes), 0) / bytesPerSample;
+    }
+    read.bytes += static_cast<qint64>(sizeof stored) + read.count * bytesPerSample;
+    if (read.count == 0)
+        read.error = QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
+    return read;
+}
+
+bool CacheManagerPrivate::isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first,
+                                             const QString& fileName, quint64 generation,
+                                             CacheManagerAccess::Caller caller)
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    DataTypeBase sample;
+    if (StreamedArrayAccess::resident(array, first, sample) ||
+        StreamedArrayAccess::copyLate(array, first, {&sample, 1}) > 0 ||
+        StreamedArrayAccess::loadGeneration(array) != generation)
+        return true;
+    // The file may be about to be renamed. The main thread does that itself.
+    const bool mayBeMoving = caller == CacheManagerAccess::Caller::Reader && !CacheThread::isCurrent();
+    if (mayBeMoving && tasks.isRunning(info)) {
+        const PoolThreadPause pause;
+        tasks.awaitIdle(info);
+        return true;
+    }
+    return registry.fileOf(info) != fileName;
 }
 
 } // namespace vx::datastorage

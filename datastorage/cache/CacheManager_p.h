@@ -4,6 +4,7 @@
 #include <datastorage/cache/BackgroundLoads_p.h>
 #include <datastorage/cache/CacheCounters_p.h>
 #include <datastorage/cache/CacheDirectory_p.h>
+#include <datastorage/cache/CacheManagerAccess_p.h>
 #include <datastorage/cache/CacheRegistry_p.h>
 #include <datastorage/cache/EvictionQueue_p.h>
 #include <datastorage/cache/TaskTable_p.h>
@@ -76,6 +77,7 @@ public:
     /// Loads `info` on this thread, the main one, and does what a read task does. A hand-over to the thread
     /// pool and back costs more than reading a small file (Residency: three quarters of 10^3 samples).
     void loadHere(DataArrayInfoStreamed* info);
+    static bool isThere(const DataArrayStreamed& array);
     /// Hands a task over to the thread pool; without a pool (at the end of the process) runs it here.
     template <typename Task>
     void start(DataArrayInfoStreamed* info, Task* task);
@@ -83,11 +85,31 @@ public:
     void finish(DataArrayInfoStreamed* info, std::function<void()> completion);
     /// Writes what a write request during the task has left unwritten.
     void writeIfRequested(DataArrayInfoStreamed* info, bool requested);
-    /// Reports that the file of `info` holds fewer samples than the array. Any thread.
-    void reportShortFile(DataArrayInfoStreamed* info);
+    /// Reports that the file of `info` holds fewer samples than the array, whose content it was found with.
+    /// Returns false, without a report, when the content is another by now. Any thread.
+    bool reportShortFile(DataArrayInfoStreamed* info, quint64 content);
+    /// Marks `info` and tells the listeners on the main thread why its file cannot be read. As above.
+    bool reportReadError(DataArrayInfoStreamed* info, const QString& error, quint64 content);
+    /// Copies samples from `fileName` once its header and its count have been looked at.
+    static CacheManagerAccess::FileRead readSamples(const QString& fileName, qint64 first,
+                                                    std::span<DataTypeBase> out);
+    /// Whether samples of `info` that `fileName` did not have, when the array's loads were at
+    /// `generation`, may be had now.
+    bool isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first, const QString& fileName,
+                            quint64 generation, CacheManagerAccess::Caller caller);
 
+    /// How things stood before the file of an array was read.
+    struct BeforeRead
+    {
+        quint64 generation;
+        quint64 content;
+        QString fileName;
+    };
+    /// Whether the sample at `index` of `info`, which the file did not give, is nowhere else either. A
+    /// sample that the file should have is then reported.
+    bool isLost(DataArrayInfoStreamed* info, qint64 index, const BeforeRead& before);
     /// Copies samples straight from the file of `info`; returns how many.
-    qint64 readFromFile(const DataArrayInfoStreamed* info, qint64 first, std::span<DataTypeBase> out) const;
+    qint64 readFromFile(DataArrayInfoStreamed* info, qint64 first, std::span<DataTypeBase> out) const;
     enum class Bringing
     {
         Started,   ///< a load is under way, or was
@@ -96,6 +118,8 @@ public:
     };
     /// Brings the sample at `index` of `info` into memory, as far as starting that goes.
     Bringing startBringing(DataArrayInfoStreamed* info, qint64 index);
+    /// Starts a task that sums up the samples of `info`. Returns false when the array has a task.
+    bool startSummingUp(DataArrayInfoStreamed* info);
     /// As startBringing(), on the main thread and without waiting for anything.
     bool startBringingSoon(DataArrayInfoStreamed* info);
     /// Whether samples of `info` that are not in memory are to be read from the file one by one, because

@@ -1,5 +1,6 @@
 #include <datastorage/cache/CacheTaskRead.h>
 
+#include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
 #include <datastorage/cache/RegularFile_p.h>
 
@@ -29,6 +30,14 @@ bool canDeliver(QFile& file)
     return count >= 0 && count <= (file.size() - body - countBytes) / bytesPerSample;
 }
 
+/// Whether what the file of `info` holds does not count, because it should have been deleted or was not
+/// written to its end.
+bool isVoid(DataArrayInfoStreamed* info)
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
+    return array && StreamedArrayAccess::state(*array).fileIsPartial;
+}
+
 /// Why the file could not be opened.
 QString openError(const QString& fileName)
 {
@@ -42,6 +51,11 @@ QString openError(const QString& fileName)
         file.open(QIODevice::ReadOnly);
     return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + fileName +
            QLatin1String("\nerror : ") + file.errorString();
+}
+
+QString readError(const QString& fileName)
+{
+    return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
 }
 
 } // namespace
@@ -68,10 +82,9 @@ void CacheTaskRead::run()
     Q_EMIT signal_readError(m_info, error);
 }
 
-/// Loads the array; returns the text of what went wrong, empty when nothing did.
-QString CacheTaskRead::load(const QString& fileName, DataArrayInfoStreamed* info)
+/// Opens a cache file at its body; returns the text of what went wrong, empty when nothing did.
+QString CacheTaskRead::open(QFile& file, const QString& fileName)
 {
-    QFile file;
     // Reasons are looked for afterwards, so that a file that is as it should be costs one look at its
     // path. All reads are as large as what is wanted: a buffer would only be copied.
     if (!openRegularFile(file, fileName, QIODevice::Unbuffered))
@@ -79,9 +92,17 @@ QString CacheTaskRead::load(const QString& fileName, DataArrayInfoStreamed* info
     if (readCacheFileVersion(file).value_or(0) < CACHE_FILE_VERSION)
         return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + fileName +
                QLatin1String(" has bad version number\n");
-    if (!canDeliver(file) || !info->readFromDiskStream(file))
-        return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
-    return QString();
+    return canDeliver(file) ? QString() : readError(fileName);
+}
+
+/// Loads the array; returns the text of what went wrong, empty when nothing did.
+QString CacheTaskRead::load(const QString& fileName, DataArrayInfoStreamed* info)
+{
+    QFile file;
+    QString error = open(file, fileName);
+    if (error.isEmpty() && (isVoid(info) || !info->readFromDiskStream(file)))
+        return readError(fileName);
+    return error;
 }
 
 } // namespace vx::datastorage

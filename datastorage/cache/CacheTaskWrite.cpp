@@ -1,6 +1,7 @@
 #include <datastorage/cache/CacheTaskWrite.h>
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
 #include <datastorage/cache/SystemMemory_p.h>
 
@@ -57,11 +58,27 @@ bool CacheTaskWrite::isOutdated(QFile& file) const
     return readCacheFileVersion(file) != CACHE_FILE_VERSION || isPartial;
 }
 
+/// Whether all that the file holds is in memory, so that a new file may take its place.
+bool CacheTaskWrite::mayReplaceFile() const
+{
+    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*m_info);
+    return !array || (StreamedArrayAccess::firstIndex(*array) == 0 &&
+                      StreamedArrayAccess::loadedSize(*array) >=
+                          StreamedArrayAccess::state(*array).samplesOnDisk.load());
+}
+
 CacheTaskWrite::Existing CacheTaskWrite::updateExisting()
 {
     QFile file(m_fileName);
-    if (!QFile::exists(m_fileName) || !file.open(QIODevice::ReadWrite))
+    if (!QFile::exists(m_fileName))
         return Existing::WriteWhole;
+    if (!file.open(QIODevice::ReadWrite)) {
+        if (mayReplaceFile())
+            return Existing::WriteWhole;
+        Q_EMIT signal_writeError(m_info, QLatin1String("CacheTaskWrite::run ERROR !\nCannot open file ") +
+                                             m_fileName);
+        return Existing::GiveUp;
+    }
     if (file.size() < 1) {
         file.close();
         if (file.remove())
@@ -71,6 +88,10 @@ CacheTaskWrite::Existing CacheTaskWrite::updateExisting()
         return Existing::GiveUp;
     }
     if (isOutdated(file)) {
+        if (!mayReplaceFile()) { // it could not be read, and holds what is nowhere else
+            failToWrite(file);
+            return Existing::GiveUp;
+        }
         file.close();
         if (!file.remove())
             Q_EMIT signal_writeError(
@@ -109,16 +130,14 @@ void CacheTaskWrite::confirm(bool ok)
 void CacheTaskWrite::finishWrite(QFile& file, bool ok)
 {
     if (!ok) {
-        file.close();
         confirm(false);
-        m_info->setReadWriteError(true);
-        const QString detail = getDetailedError(file);
-        Q_EMIT signal_writeError(m_info, QLatin1String("CacheTaskWrite::run ERROR (write failed !) !\n"
-                                                       "Error while writing data to ") +
-                                             m_fileName + QLatin1Char('\n') + detail);
+        failToWrite(file);
     } else if (file.flush()) {
         file.close();
         confirm(true);
+        // The samples may leave memory after this.
+        if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*m_info))
+            StreamedEnvelope::extend(*array);
         Q_EMIT signal_writeFinished(m_info);
     } else {
         const QString detail = getDetailedError(file);
@@ -128,6 +147,16 @@ void CacheTaskWrite::finishWrite(QFile& file, bool ok)
                                                        "Error while writing data to ") +
                                              m_fileName + QLatin1Char('\n') + detail);
     }
+}
+
+void CacheTaskWrite::failToWrite(QFile& file)
+{
+    file.close();
+    m_info->setReadWriteError(true);
+    const QString detail = getDetailedError(file);
+    Q_EMIT signal_writeError(m_info, QLatin1String("CacheTaskWrite::run ERROR (write failed !) !\n"
+                                                   "Error while writing data to ") +
+                                         m_fileName + QLatin1Char('\n') + detail);
 }
 
 QString CacheTaskWrite::getDetailedError(QFile& file) const

@@ -61,6 +61,8 @@ private:
     Existing updateExisting();
     void writeWhole();
     bool isOutdated(QFile& file) const;
+    bool mayReplaceFile() const;
+    void failToWrite(QFile& file);
     void confirm(bool ok);
 
     QString m_fileName;

@@ -10,7 +10,7 @@ namespace vx::datastorage {
 ///
 /// Because no other thread frees or moves a block whose samples are readable, that thread may read
 /// samples without a lock; every other thread takes the array's memory lock.
-class CacheThread
+class Q_DECL_HIDDEN CacheThread // so that the compiler knows where s_thread is: it is read with every sample
 {
 public:
     /// Whether this is the main thread. One load and one compare.

@@ -204,6 +204,14 @@ bool TaskTable::isRunning(Array array) const
     return m_running.contains(array);
 }
 
+bool TaskTable::isBusy(Array array) const
+{
+    const Locker lock(m_mutex);
+    return m_running.contains(array) || isExecutingElsewhere(array) ||
+           std::any_of(m_queued.begin(), m_queued.end(),
+                       [array](const Queued& queued) { return queued.array == array; });
+}
+
 qsizetype TaskTable::runningCount() const
 {
     const Locker lock(m_mutex);

@@ -61,6 +61,8 @@ public:
     void awaitIdle(Array array);
 
     bool isRunning(Array array) const;
+    /// Whether a task of `array` runs, or what follows one has not been done yet.
+    bool isBusy(Array array) const;
     /// Whether this thread is inside a completion of `array` and the array has not been forgotten
     /// meanwhile: what the completion calls may destroy the array.
     bool isCompleting(Array array) const;

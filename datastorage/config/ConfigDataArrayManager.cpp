@@ -1,6 +1,7 @@
 #include <datastorage/config/ConfigDataArrayManager.h>
 
 #include <datastorage/arrays/DataType.h>
+#include <datastorage/config/ConfigLog_p.h>
 #include <datastorage/config/DynamicEnum.h>
 #include <datastorage/config/DynamicEnumHandler.h>
 #include <datastorage/units/Converter.h>
@@ -49,9 +50,14 @@ ConfigDataArrayManager::~ConfigDataArrayManager() = default;
 bool ConfigDataArrayManager::readDataConfiguration(const QString& filePath, int version, QString& error)
 {
     QJsonObject root;
-    return JsonUtils::openJsonDocument(filePath, error, root) &&
-           JsonUtils::checkVersionNumber(root, version, error) && readEnumArray(root, error) &&
-           readMeasuresArray(root, error);
+    const bool isRead = JsonUtils::openJsonDocument(filePath, error, root) &&
+                        JsonUtils::checkVersionNumber(root, version, error) && readEnumArray(root, error) &&
+                        readMeasuresArray(root, error);
+    if (isRead)
+        qCDebug(configLog) << "read" << filePath << "arrays:" << m_arrays.size();
+    else
+        qCDebug(configLog) << "refused" << filePath << error;
+    return isRead;
 }
 
 QList<ConfigDataArray*> ConfigDataArrayManager::getConfigDataArrayFromCategory(const QString& category) const

@@ -2,6 +2,7 @@
 #include <datastorage/units/ParameterTables_p.h>
 #include <datastorage/units/TextTable_p.h>
 #include <datastorage/units/UnitTables_p.h>
+#include <datastorage/units/UnitsLog_p.h>
 
 #include <QtCore/QtDebug>
 
@@ -173,6 +174,8 @@ UsualUnit Converter::getUsualUnitFromString(const QString& text)
     if (!textsAreKnown.load(std::memory_order_relaxed))
         return {};
     const UnitSymbols symbols = readSymbols(text);
+    if (symbols.count == 0) [[unlikely]]
+        noteUnknownUnit(text);
     // Each operator is read from what is left of the text once the symbols before it, with one separator
     // each, are cut off.
     const auto operatorBehind = [&symbols](qsizetype symbol, qsizetype cut) {

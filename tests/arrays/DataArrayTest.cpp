@@ -362,6 +362,28 @@ TEST(DataArray, ARefusedAllocationStillClaimsTheCapacity)
     EXPECT_EQ(array.capacity(), tooMany);
 }
 
+TEST(DataArray, ARefusedAllocationLeavesTheSamplesRoomToGrow)
+{
+    OpenArray array;
+    array.reserve(qint64(1) << 46);
+    fillUpTo(array, 1000);
+    addSamples(array, 5000);
+    ASSERT_EQ(array.getSize(), 6000);
+    EXPECT_EQ(array.getSampleInt(5999), 4999);
+    EXPECT_EQ(array.capacity(), qint64(1) << 46);
+}
+
+TEST(DataArray, ARefusedResizeCanBeFollowedByOneThatFits)
+{
+    OpenArray array;
+    addSamples(array, 3);
+    array.resize(qint64(1) << 46);
+    ASSERT_EQ(array.getSize(), 3);
+    array.resize(5000);
+    EXPECT_EQ(array.getSize(), 5000);
+    EXPECT_EQ(array.getSampleInt(2), 2);
+}
+
 TEST(DataArray, ANegativeResizeTouchesNoMemory)
 {
     OpenArray array;

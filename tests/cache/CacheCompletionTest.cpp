@@ -275,6 +275,18 @@ TEST_F(CacheCompletion, ASecondReadWaitsForTheFirstAndStampsAgain)
     EXPECT_EQ(array.getSampleInt(2), 3);
 }
 
+TEST_F(CacheCompletion, AnAppendWaitsForTheTaskOfTheArray)
+{
+    GatedPool pool;
+    Array& array = make("A");
+    fill(array, {1, 2});
+    pool.open();
+    EXPECT_TRUE(cache().appendDataArray(&array, "other key"));
+    cache().awaitTaskFinished(&array);
+    EXPECT_TRUE(errors().isEmpty());
+    EXPECT_FALSE(isInMemory(array)) << "the append dropped the samples";
+}
+
 // ---- errors
 
 TEST_F(CacheCompletion, AReadErrorIsEmittedUnchangedAndFlagsTheArray)

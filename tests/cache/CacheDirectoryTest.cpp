@@ -334,6 +334,28 @@ TEST_F(CacheDirectoryTest, KeepsItsFilesWhenSomebodyDeletesTheLock)
     EXPECT_TRUE(QFileInfo::exists(path(ownName() + ".lock")));
 }
 
+TEST_F(CacheDirectoryTest, SaysNothingWhenSomebodyHasDeletedTheLock)
+{
+    static QStringList messages;
+    messages.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { messages.append(text); });
+    {
+        CacheDirectory directory;
+        EXPECT_TRUE(directory.create(path("a/") + ownName(), true));
+        EXPECT_TRUE(QDir(path("a")).removeRecursively());
+        EXPECT_TRUE(directory.remove(path("a/") + ownName()));
+        EXPECT_TRUE(directory.create(path("b/") + ownName(), true));
+        EXPECT_TRUE(QDir(path("b")).removeRecursively());
+        EXPECT_TRUE(directory.create(path("b/") + ownName(), true));
+        EXPECT_TRUE(directory.create(path("c/") + ownName(), true));
+        EXPECT_TRUE(QDir(path("c")).removeRecursively());
+    }
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(messages, QStringList());
+    EXPECT_FALSE(QFileInfo::exists(path("b/") + ownName() + ".lock"));
+}
+
 TEST_F(CacheDirectoryTest, IsMadeAgainWhenSomebodyDeletesIt)
 {
     CacheDirectory directory;

@@ -1,4 +1,5 @@
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
+#include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheRegistry_p.h>
 #include <datastorage/cache/CacheThread_p.h>
 #include <datastorage/cache/EvictionQueue_p.h>
@@ -189,8 +190,10 @@ TEST_F(TaskTableOrder, RunsQueuedCompletionsInTheOrderOfTheirTasks)
     EXPECT_TRUE(m_tasks.finish(m_b.get(), note(1)));
     EXPECT_TRUE(m_tasks.finish(m_a.get(), note(2)));
     EXPECT_FALSE(m_tasks.isRunning(m_a.get()));
+    EXPECT_TRUE(m_tasks.isBusy(m_a.get()));
     EXPECT_TRUE(m_order.empty());
     m_tasks.runPending();
+    EXPECT_FALSE(m_tasks.isBusy(m_a.get()));
     EXPECT_EQ(m_order, (std::vector{1, 2}));
 }
 
@@ -408,4 +411,41 @@ TEST_F(CacheRegistryFiles, ForgettingLeavesNoEntry)
     EXPECT_TRUE(m_registry.cachedArrays().isEmpty());
     EXPECT_TRUE(m_registry.arrays().isEmpty());
     EXPECT_TRUE(m_registry.key(State::Updating, m_a.get()).isNull());
+}
+
+// ---- what was found out about an array's content
+
+TEST(ArrayContent, IsActedOnUntilTheArrayIsCleared)
+{
+    const auto a = named("a");
+    a->createDataArray();
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*a);
+    const quint64 content = StreamedArrayAccess::contentGeneration(array);
+    int calls = 0;
+    const auto act = [&calls] { ++calls; };
+    a->addSampleFloat(1);
+    EXPECT_TRUE(StreamedArrayAccess::actOnContent(array, content, act));
+    a->clear();
+    a->addSampleFloat(2);
+    EXPECT_FALSE(StreamedArrayAccess::actOnContent(array, content, act))
+        << "an error of samples that are gone";
+    EXPECT_EQ(calls, 1);
+}
+
+// ---- what a reader remembers of a block
+
+TEST(StreamedBlock, WhoLooksForASampleLearnsThatTheBlockHasLostIt)
+{
+    const auto info = named("a");
+    info->createDataArray();
+    DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    for (int i = 0; i < 10; ++i) {
+        info->addSampleFloat(static_cast<float>(i));
+    }
+    StreamedArrayAccess::setSamplesOnDisk(array, 7); // a write is over that had begun before the last three
+    const quint64 before = StreamedArrayAccess::loadGeneration(array);
+    StreamedArrayAccess::dropWritten(array);
+    ASSERT_EQ(StreamedArrayAccess::firstIndex(array), 7);
+    EXPECT_NE(StreamedArrayAccess::loadGeneration(array), before);
+    EXPECT_EQ(info->getSampleFloat(9), 9.0F);
 }

@@ -351,6 +351,18 @@ TEST_F(CacheRegistration, AppendMayBeRepeated)
     EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3, 4, 5}));
 }
 
+TEST_F(CacheRegistration, AppendOfAnUnknownArrayFilesItUnderTheGivenKey)
+{
+    Array& array = make("A");
+    add(array, {1, 2});
+    EXPECT_TRUE(cache().appendDataArray(&array, "given"));
+    EXPECT_EQ(cache().getDataArrayInfoKey(&array), QString("given"));
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(bytesOf(array, "given"), cacheFileBytes({1, 2}));
+    EXPECT_FALSE(isInMemory(array));
+    EXPECT_EQ(samplesOf(array), (Samples{1, 2}));
+}
+
 TEST_F(CacheRegistration, AppendedArraysAreNotStamped)
 {
     Array& array = store("A", {1});

@@ -101,6 +101,18 @@ TEST_F(ReadTask, AnEmptyFileNameIsAMissingFile)
     expectError(array, "CacheTaskRead::run ERROR !\nCache file  doesn't exists\n");
 }
 
+TEST_F(ReadTask, ADirectoryInPlaceOfTheFileCannotBeRead)
+{
+    Array& array = make("A");
+    const QString path = pathOf("directory");
+    ASSERT_TRUE(QDir().mkdir(path));
+    QFile file(path);
+    ASSERT_FALSE(file.open(QIODevice::ReadOnly));
+    read(path, array);
+    expectError(array,
+                "CacheTaskRead::run ERROR !\n Cannot read " + path + "\nerror : " + file.errorString());
+}
+
 struct VersionRow
 {
     const char* label;

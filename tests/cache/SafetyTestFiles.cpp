@@ -208,6 +208,111 @@ TEST_F(FileSafety, AFilePutInPlaceForADocumentIsKept)
     expectFile(array, {5, 6, 7, 8});
 }
 
+// ---- files that cannot be removed
+
+namespace {
+
+/// Puts the directory of the cache out of reach while it lives.
+class DirectoryAway
+{
+public:
+    explicit DirectoryAway(const QString& path) : m_path(QDir(path).path())
+    {
+        QDir().rename(m_path, m_path + ".away");
+    }
+    ~DirectoryAway() { QDir().rename(m_path + ".away", m_path); }
+    DirectoryAway(const DirectoryAway&) = delete;
+    DirectoryAway& operator=(const DirectoryAway&) = delete;
+
+private:
+    QString m_path;
+};
+
+} // namespace
+
+TEST_F(FileSafety, AFileThatCouldNotBeRemovedIsNotContinuedAfterClear)
+{
+    Array& array = store("A", {1, 2, 3});
+    {
+        const SealedDirectory sealed(cache().getDefaultCachePath());
+        if (!sealed.isSealed()) {
+            GTEST_SKIP() << "this process cannot be kept from removing files";
+        }
+        array.clear();
+        ASSERT_TRUE(hasFile(array));
+    }
+    add(array, {7, 8, 9, 10, 11});
+    cache().writeDataArrayToDisk(&array);
+    expectFile(array, {7, 8, 9, 10, 11});
+    EXPECT_EQ(errors(), QStringList());
+}
+
+TEST_F(FileSafety, AFileThatWasOutOfReachIsNotContinuedAfterClear)
+{
+    Array& array = store("A", {1, 2, 3});
+    {
+        const DirectoryAway away(cache().getDefaultCachePath());
+        array.clear();
+    }
+    ASSERT_TRUE(hasFile(array));
+    add(array, {7, 8, 9, 10, 11});
+    cache().writeDataArrayToDisk(&array);
+    expectFile(array, {7, 8, 9, 10, 11});
+}
+
+TEST_F(FileSafety, AFileFromBeforeThatCouldNotBeRemovedIsNotContinued)
+{
+    Array& array = make("A");
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileBytes({9, 9})));
+    {
+        const SealedDirectory sealed(cache().getDefaultCachePath());
+        if (!sealed.isSealed()) {
+            GTEST_SKIP() << "this process cannot be kept from removing files";
+        }
+        fill(array, {1, 2, 3, 4});
+        cache().awaitTaskFinished(&array);
+    }
+    array.setReadWriteError(false);
+    cache().writeDataArrayToDisk(&array);
+    expectFile(array, {1, 2, 3, 4});
+}
+
+TEST_F(FileSafety, SamplesOfAFileThatCouldNotBeRemovedAreNotShownAfterClear)
+{
+    Array& array = store("A", {1, 2, 3});
+    {
+        const DirectoryAway away(cache().getDefaultCachePath());
+        array.clear();
+    }
+    ASSERT_TRUE(hasFile(array));
+    forgive(array);
+    EXPECT_EQ(bitsOf(array.getSample(0)), NAN_PATTERN);
+    EXPECT_NE(bitsOf(cache().getSampleDirect(&array, 0)), 1);
+    cache().prepareAppendDataArray(&array);
+    EXPECT_EQ(bitsOf(array.getSample(0)), NAN_PATTERN);
+    add(array, {4});
+    cache().appendDataArray(&array, KEY);
+    expectFile(array, {4});
+}
+
+TEST_F(FileSafety, AFilePutInPlaceAfterAFailedRemovalCounts)
+{
+    Array& array = store("A", {1, 2, 3});
+    {
+        const DirectoryAway away(cache().getDefaultCachePath());
+        array.clear();
+        cache().removeDataArrayInfoFromCache(&array);
+    }
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileBytes({5, 6})));
+    vx::archive::ArchiveContext context;
+    context.dataSourcePath = KEY;
+    ASSERT_TRUE(
+        array.read(QJsonObject{{"name", "A"}, {"dataArray", QJsonObject{{"realSize", "2"}}}}, 1, context));
+    EXPECT_EQ(samplesOf(array), (Samples{5, 6}));
+    fill(array, {7});
+    expectFile(array, {5, 6, 7});
+}
+
 // ---- the directory
 
 TEST_F(FileSafety, TheDirectoryOfAProcessIsItsOwnersOnly)
@@ -510,6 +615,69 @@ TEST_F(FileSafety, FillingBeyondTheMemoryIsAnErrorOnTheArray)
     for (int i = 0; i < held; i += 1000) {
         ASSERT_EQ(bitsOf(array.getSample(i)), i);
     }
+}
+
+TEST_F(FileSafety, LoadingBeyondTheMemoryIsAReadError)
+{
+    Array& array = make("A");
+    vx::archive::ArchiveContext context;
+    context.dataSourcePath = KEY;
+    ASSERT_TRUE(array.read(
+        QJsonObject{{"name", "A"}, {"dataArray", QJsonObject{{"realSize", QString::number(TOO_MANY)}}}}, 1,
+        context));
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileHeader() + countBytes(TOO_MANY)));
+    ASSERT_TRUE(QFile::resize(fileOf(array), 16 + 4LL * TOO_MANY)); // a file of zeros
+    {
+        const LittleMemory little(SPARE);
+        load(array);
+    }
+    EXPECT_EQ(errors(),
+              QStringList("CacheTaskRead::run ERROR !\nError while reading data from " + fileOf(array)));
+    EXPECT_TRUE(array.isInError());
+    array.setReadWriteError(false);
+    load(array);
+    EXPECT_EQ(array.getSizeLoadedInMemory(), TOO_MANY) << "with memory again it can be loaded";
+}
+
+TEST_F(FileSafety, AClearedErrorLetsAFillGoOnOnceThereIsMemory)
+{
+    Array& array = make("A");
+    {
+        const LittleMemory little(SPARE);
+        while (!array.isInError() && array.getSizeLoadedInMemory() < TOO_MANY) {
+            array.addSampleInt(array.getSizeLoadedInMemory());
+        }
+        array.addSampleInt(-1);
+    }
+    const int held = array.getSizeLoadedInMemory();
+    ASSERT_LT(held, TOO_MANY);
+    array.setReadWriteError(false);
+    array.addSampleInt(held);
+    EXPECT_EQ(array.getSizeLoadedInMemory(), held + 1);
+    EXPECT_EQ(bitsOf(array.getSample(held)), held);
+    EXPECT_FALSE(array.isInError());
+}
+
+TEST_F(FileSafety, SamplesAddedDuringALoadWithoutMemoryAreAnErrorOnTheArray)
+{
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    int held = 3;
+    {
+        GatedPool pool;
+        cache().readDataArrayFromDisk(&array); // waits, and what is added waits for it
+        const LittleMemory little(SPARE);
+        while (!array.isInError() && held < TOO_MANY) {
+            array.addSampleInt(held);
+            held = static_cast<int>(array.getSize());
+        }
+    }
+    EXPECT_TRUE(array.isInError());
+    array.setReadWriteError(false);
+    ASSERT_LT(held, TOO_MANY);
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(bitsOf(array.getSample(2)), 3);
+    EXPECT_EQ(bitsOf(array.getSample(held - 1)), held - 1);
 }
 
 #endif

@@ -133,6 +133,36 @@ TEST_F(LoadingSafety, LoadingAgainKeepsSamplesThatNoFileHolds)
     EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3, 4, 5}));
 }
 
+TEST_F(LoadingSafety, ReadersOnOtherThreadsSeeOnlyWhatWasWritten)
+{
+    constexpr int count = 3000;
+    Array& array = store("A", sequence(count, 1));
+    std::atomic<bool> stop = false;
+    constexpr int threads = 4;
+    std::vector<std::unique_ptr<ReaderThread<int>>> readers;
+    readers.reserve(threads);
+    for (int t = 0; t < threads; ++t) {
+        readers.push_back(std::make_unique<ReaderThread<int>>([&array, &stop, t] {
+            int wrong = 0;
+            for (int i = t; !stop; i = (i + 7) % count) {
+                wrong += bitsOf(array.getSample(i)) == i + 1 ? 0 : 1;
+            }
+            return wrong;
+        }));
+    }
+    for (int i = 0; i < 300; ++i) {
+        array.removeFromMemory();
+        load(array);
+    }
+    stop = true;
+    // Whoever still waits for a load is served by the event loop.
+    for (const auto& reader : readers) {
+        ASSERT_TRUE(reader->awaitReturned());
+        EXPECT_EQ(reader->result(), 0);
+    }
+    processEvents();
+}
+
 // ---- eviction while something else is going on
 
 TEST_F(LoadingSafety, AnArrayWhoseLoadIsRunningKeepsItsBlock)

@@ -199,6 +199,57 @@ TEST_F(SchedulingSafety, WritingAPartlyLoadedArrayNeverShortensItsFile)
     expectFile(array, {1, 2, 3, 4});
 }
 
+TEST_F(SchedulingSafety, SamplesWhoseWriteWasDroppedAreWrittenLater)
+{
+    Array& array = store("A", {1, 2});
+    GatedPool pool;
+    cache().readDataArrayFromDisk(&array);
+    add(array, {3});
+    EXPECT_TRUE(cache().writeDataArrayToDisk(&array)); // a task of the array runs
+    pool.drain();
+    cache().awaitTaskFinished(&array);
+    processEvents();
+    expectFile(array, {1, 2, 3});
+}
+
+TEST_F(SchedulingSafety, ADirectSampleIsReadAfterAWriteThatWaitsForACompletion)
+{
+    Array& array = store("A", {1, 2});
+    GatedPool pool;
+    cache().readDataArrayFromDisk(&array);
+    add(array, {3});
+    cache().writeDataArrayToDisk(&array); // waits for the completion of the read
+    pool.drain();
+    EXPECT_EQ(cache().getSampleDirect(&array, 2).intValue, 3);
+    EXPECT_FALSE(array.isInError());
+}
+
+TEST_F(SchedulingSafety, ALoadThatWasWaitedForIsNotFollowedByAnother)
+{
+    // What was added meanwhile is in no file, and a second load would take its place.
+    Array& array = store("A", {});
+    GatedPool pool;
+    cache().readDataArrayFromDisk(&array);
+    add(array, {7});
+    const QMetaObject::Connection connection =
+        QObject::connect(&cache(), &CacheManager::signal_cacheError,
+                         [&array](const QString&) { array.setReadWriteError(false); });
+    const long thisThread = threadId();
+    ReaderThread<bool> opener([&pool, thisThread] {
+        const bool isWaiting = awaitAsleep(thisThread);
+        pool.open();
+        return isWaiting;
+    });
+    EXPECT_EQ(bitsOf(array.getSample(1)), NAN_PATTERN); // waits for the load
+    ASSERT_TRUE(opener.awaitReturned());
+    EXPECT_TRUE(opener.result());
+    QObject::disconnect(connection);
+    EXPECT_EQ(errors(), QStringList());
+    EXPECT_EQ(samplesOf(array), (Samples{7}));
+    cache().writeDataArrayToDisk(&array);
+    expectFile(array, {7});
+}
+
 TEST_F(SchedulingSafety, SamplesAddedWhileAWriteRunsAreWrittenToo)
 {
     constexpr int first = 400000;

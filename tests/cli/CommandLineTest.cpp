@@ -14,6 +14,7 @@ using vx::cli::parseArguments;
 constexpr vx::cli::Option OPTIONS[] = {
     {"size", "N", "A size."},
     {"fast", nullptr, "A switch."},
+    {"o", "FILE", "A letter."},
 };
 
 const Command COMMAND{"do", "FILE [OTHER]", "", "", "", OPTIONS, 1, 2, nullptr};
@@ -31,6 +32,9 @@ const RefusedRow REFUSED[] = {
     {"UnknownOption", {"a", "--slow"}, "unknown option \"--slow\""},
     {"UnknownShortOption", {"a", "-f"}, "unknown option \"-f\""},
     {"MissingValue", {"a", "--size"}, "option \"--size\" needs a value: N"},
+    {"MissingValueOfALetter", {"a", "-o"}, "option \"-o\" needs a value: FILE"},
+    {"LetterWithTwoDashes", {"a", "--o", "b"}, "unknown option \"--o\""},
+    {"WordWithOneDash", {"a", "-size", "1"}, "unknown option \"-size\""},
     {"ValueOfASwitch", {"a", "--fast=yes"}, "option \"--fast\" takes no value"},
 };
 
@@ -46,6 +50,15 @@ TEST_P(RefusedArguments, AreNamed)
 }
 
 INSTANTIATE_TEST_SUITE_P(Words, RefusedArguments, ::testing::ValuesIn(REFUSED), RowLabel());
+
+TEST(ParsedArguments, TakeLettersWithOneDash)
+{
+    Arguments arguments;
+    QString error;
+    ASSERT_TRUE(parseArguments(COMMAND, {"-o", "-b", "a", "-o=c"}, arguments, error));
+    EXPECT_EQ(arguments.values("o"), (QStringList{"-b", "c"}));
+    EXPECT_EQ(arguments.positional, QStringList{"a"});
+}
 
 TEST(ParsedArguments, HoldOptionsAndTheRest)
 {
@@ -85,7 +98,10 @@ TEST(CommandHelp, NamesEveryOptionAndKeepsToTheWidthOfATerminal)
         SCOPED_TRACE(command->name);
         const QString help = vx::cli::helpText(*command);
         for (const vx::cli::Option& option : command->options) {
-            EXPECT_TRUE(help.contains(QStringLiteral("--") + QLatin1String(option.name))) << option.name;
+            const QLatin1String name(option.name);
+            EXPECT_TRUE(
+                help.contains(QStringLiteral("\n  ") + QLatin1String(name.size() == 1 ? "-" : "--") + name))
+                << option.name;
         }
         EXPECT_TRUE(help.startsWith(QStringLiteral("Usage: vxdata ") + QLatin1String(command->name)));
         EXPECT_TRUE(help.contains(QStringLiteral("Examples:\n  vxdata ") + QLatin1String(command->name)));

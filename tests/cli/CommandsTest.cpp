@@ -17,7 +17,8 @@ TEST_F(VxdataCommands, ListTheirHelp)
     EXPECT_EQ(all.exitCode, 0);
     EXPECT_EQ(run({"help"}).output, all.output);
     EXPECT_EQ(run({"-h"}).output, all.output);
-    for (const char* command : {"report", "check", "units", "convert", "inspect", "generate"}) {
+    for (const char* command :
+         {"report", "check", "units", "convert", "inspect", "translations", "generate"}) {
         SCOPED_TRACE(command);
         EXPECT_TRUE(all.output.contains(command));
         const ProcessResult help = run({command, "--help"});

@@ -28,6 +28,11 @@ void VxdataTest::SetUp()
 
 ProcessResult VxdataTest::run(const QStringList& arguments) const
 {
+    return runProgram(QStringLiteral(VXDATA_PROGRAM), arguments);
+}
+
+ProcessResult VxdataTest::runProgram(const QString& program, const QStringList& arguments) const
+{
     constexpr int TIMEOUT_MILLISECONDS = 240000;
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -35,7 +40,7 @@ ProcessResult VxdataTest::run(const QStringList& arguments) const
     environment.insert("LC_ALL", "C.UTF-8");
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(m_directory.path());
-    process.start(QStringLiteral(VXDATA_PROGRAM), arguments);
+    process.start(program, arguments);
     ProcessResult result;
     if (!process.waitForFinished(TIMEOUT_MILLISECONDS) || process.exitStatus() != QProcess::NormalExit) {
         process.kill();

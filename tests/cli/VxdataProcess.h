@@ -31,6 +31,8 @@ protected:
     void SetUp() override;
 
     ProcessResult run(const QStringList& arguments) const;
+    /// As run(), for another build of the program.
+    ProcessResult runProgram(const QString& program, const QStringList& arguments) const;
 
     /// Writes a file into the directory and returns its path.
     QString write(const QString& name, const QByteArray& content) const;

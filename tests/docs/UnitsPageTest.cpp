@@ -1,6 +1,7 @@
 #include <datastorage/units/Converter.h>
 
 #include <docs/DocsPage.h>
+#include <support/RowLabel.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QStringList>
@@ -13,9 +14,6 @@
 using namespace vx::datastorage;
 
 namespace {
-
-const QString begin = "<!-- parameters: begin -->\n";
-const QString end = "<!-- parameters: end -->\n";
 
 QString symbolOf(UsualUnitOperator unitOperator)
 {
@@ -68,19 +66,61 @@ QString parameterTable()
     }
 }
 
+/// Every elementary unit with a factor, by quantity and size.
+QString unitTable()
+{
+    QString table = "| No. | unit | measures | 1 main unit is |\n"
+                    "|---|---|---|---|\n";
+    for (std::int32_t number = ParameterNone + 1;; ++number) {
+        const auto parameter = static_cast<PhysicalParameter>(number);
+        const QString name = Converter::castPhysicalParameterAsString(parameter);
+        if (name.isEmpty())
+            return table;
+        for (const UsualUnit& unit : Converter::getSingleUnits(parameter)) {
+            const float factor = Converter::getConversionFactorFromMainUnitToSubUnit(parameter, unit);
+            const QString symbol = UsualUnit::castUsualUnitAsString(unit);
+            table += QString("| %1 | `%2` | %3 | %4 `%2` |\n")
+                         .arg(QString::number(unit.getUnit1()), symbol, name,
+                              QString::number(static_cast<double>(factor), 'g', 7));
+        }
+    }
+}
+
+struct PageTable
+{
+    const char* label;
+    QString (*text)();
+    int minimumRows;
+};
+
+const PageTable TABLES[] = {
+    {"parameters", parameterTable, 60},
+    {"units", unitTable, 60},
+};
+
 } // namespace
 
-/// With the environment variable VXDATASTORAGE_WRITE_DOCS the page is written instead, see scripts/docs.sh.
-TEST(UnitsPage, ListsTheParametersAsTheLibraryHasThem)
+class UnitsPage : public testing::TestWithParam<PageTable>
 {
+protected:
+    void SetUp() override { Converter::init(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Tables, UnitsPage, testing::ValuesIn(TABLES), RowLabel{});
+
+/// With the environment variable VXDATASTORAGE_WRITE_DOCS the page is written instead, see scripts/docs.sh.
+TEST_P(UnitsPage, ListsWhatTheLibraryHas)
+{
+    const QString begin = QString("<!-- %1: begin -->\n").arg(GetParam().label);
+    const QString end = QString("<!-- %1: end -->\n").arg(GetParam().label);
     QString page = readPage("units.md");
     const qsizetype from = page.indexOf(begin);
     const qsizetype to = page.indexOf(end);
     ASSERT_GE(from, 0) << "no page, or no place for the table in it";
     ASSERT_GT(to, from);
     const qsizetype first = from + begin.size();
-    const QString expected = parameterTable();
-    ASSERT_GT(expected.count('\n'), 60);
+    const QString expected = GetParam().text();
+    ASSERT_GT(expected.count('\n'), GetParam().minimumRows);
 
     if (qEnvironmentVariableIsSet("VXDATASTORAGE_WRITE_DOCS")) {
         page.replace(first, to - first, expected);

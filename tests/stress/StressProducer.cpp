@@ -44,8 +44,7 @@ void StressProducer::onCacheError(const QString& error)
         if (!isExpected && error.contains(cache().getFullFilename(slot.key, slot.info.get())))
             m_report.fail(QStringLiteral("array %1 has an error without a cause: ").arg(slot.number()) +
                           error);
-        if (slot.info->isInError())
-            slot.info->setReadWriteError(false);
+        slot.clearError();
     }
 }
 
@@ -53,8 +52,7 @@ void StressProducer::pump()
 {
     QCoreApplication::processEvents();
     for (StressSlot& slot : m_arrays)
-        if (slot.info->isInError())
-            slot.info->setReadWriteError(false);
+        slot.clearError();
 }
 
 void StressProducer::step()
@@ -331,7 +329,19 @@ void StressProducer::replaceLostFile(StressSlot& slot)
         cache().writeDataArrayToDisk(slot.info.get());
         cache().awaitTaskFinished(slot.info.get());
     }
+    endReads(slot);
     slot.setDamaged(!QFile::exists(file));
+}
+
+/// Waits until no reader is inside a call that began before, and takes the errors of those calls.
+void StressProducer::endReads(StressSlot& slot)
+{
+    slot.isDestroyAhead.store(true);
+    while (!slot.lifetime.try_lock())
+        pump();
+    slot.lifetime.unlock();
+    pump();
+    slot.isDestroyAhead.store(false);
 }
 
 /// The directory goes away for a while: nothing that is in memory may be lost, and what could not be
@@ -367,6 +377,7 @@ void StressProducer::outage()
         if (cache().isCached(slot->info.get()))
             cache().writeDataArrayToDisk(slot->info.get());
         cache().awaitTaskFinished(slot->info.get());
+        endReads(*slot);
         slot->setDamaged(false);
     }
 }

@@ -45,6 +45,7 @@ private:
     void damage(StressSlot& slot);
     void repair(StressSlot& slot);
     void replaceLostFile(StressSlot& slot);
+    void endReads(StressSlot& slot);
     void outage();
     void use(StressSlot& slot);
     void change(StressSlot& slot);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <vector>
 
 using namespace vx::datastorage;
@@ -11,8 +12,10 @@ using namespace vx::datastorage;
 namespace {
 
 constexpr quint32 longestRange = 700;
+constexpr quint32 longestEnvelope = 30'000;
+constexpr quint32 mostColumns = 50;
 constexpr quint32 callsPerVisit = 8;
-constexpr int rangeTries = 3;
+constexpr int missingBits = 0x7FC00000;
 
 } // namespace
 
@@ -29,8 +32,14 @@ void StressReader::run(const std::atomic<bool>& isOver)
 StressReader::Before StressReader::look(const StressSlot& slot)
 {
     // In this order: a count that is older than the expectation would promise too little, not too much.
+    const quint64 clearedErrors = slot.clearedErrors();
     const Expectation expectation = slot.expectation();
-    return {expectation, slot.written()};
+    return {expectation, slot.written(), clearedErrors};
+}
+
+bool StressReader::wasInError(const StressSlot& slot, const Before& before)
+{
+    return slot.info->isInError() || slot.clearedErrors() != before.clearedErrors;
 }
 
 /// Mostly an index that the array has, sometimes one around it.
@@ -59,6 +68,9 @@ void StressReader::readOne(StressSlot& slot)
     case 2:
         readRange(slot);
         break;
+    case 3:
+        readEnvelope(slot);
+        break;
     default:
         readSample(slot);
     }
@@ -75,24 +87,29 @@ void StressReader::readSample(StressSlot& slot)
         bits = slot.info->getSampleInt(index);
     else
         bits = std::bit_cast<int>(slot.info->getSampleFloat(index));
-    check(slot, before, index, bits, "sample");
     m_report.count(Operation::ReadOne);
+    // Who waits for a sample of an array in error gets it afterwards only if it is there by then.
+    const bool isPossible =
+        slot.isPossible(bits, index, before.expectation, before.written, slot.expectation());
+    if (!isPossible && bits == missingBits && wasInError(slot, before))
+        m_report.count(Operation::MissingInError);
+    else
+        check(slot, before, index, bits, "sample");
 }
 
 void StressReader::readRange(StressSlot& slot)
 {
-    const auto read = [&](bool isLastTry) {
-        m_report.count(Operation::ReadRange);
-        return slot.hasInts() ? readRangeOf<int>(slot, isLastTry) : readRangeOf<float>(slot, isLastTry);
-    };
-    for (int triesLeft = rangeTries; triesLeft > 0 && !read(triesLeft == 1); --triesLeft)
-        m_report.count(Operation::ShortRange);
+    m_report.count(Operation::ReadRange);
+    if (slot.hasInts())
+        readRangeOf<int>(slot);
+    else
+        readRangeOf<float>(slot);
 }
 
-/// Returns whether as many samples came as there are. A range is short when a load has failed, which may
-/// have been that of another reader just before the array was repaired.
+/// A range may be short while the array is in error, nowhere else: the error may be that of another
+/// reader, from before the array was repaired.
 template <typename Sample>
-bool StressReader::readRangeOf(StressSlot& slot, bool isLastTry)
+void StressReader::readRangeOf(StressSlot& slot)
 {
     const Before before = look(slot);
     const qint64 first = std::max<qint64>(someIndex(slot), 0);
@@ -103,16 +120,66 @@ bool StressReader::readRangeOf(StressSlot& slot, bool isLastTry)
         check(slot, before, first + at, std::bit_cast<int>(samples[static_cast<std::size_t>(at)]), "range");
     const bool isSettled = before.expectation == after && !after.isChanging && !after.isDamaged;
     const qint64 promised = std::min(before.written - first, static_cast<qint64>(samples.size()));
-    const bool isShort = isSettled && count < promised;
-    if (!isShort)
-        return true;
-    if (isLastTry)
+    if (!isSettled || count >= promised)
+        return;
+    if (wasInError(slot, before))
+        m_report.count(Operation::MissingInError);
+    else
         m_report.fail(QStringLiteral("slot %1: a range from %2 has %3 samples instead of %4")
                           .arg(slot.number())
                           .arg(first)
                           .arg(count)
                           .arg(promised));
-    return false;
+}
+
+/// Columns of an array that changes meanwhile may be of either content: those are not looked at.
+void StressReader::readEnvelope(StressSlot& slot)
+{
+    const Before before = look(slot);
+    const qint64 first = m_random.upTo(3) == 0 ? 0 : std::max<qint64>(someIndex(slot), 0);
+    const qint64 last = first + m_random.upTo(m_random.upTo(1) == 0 ? longestRange : longestEnvelope);
+    const std::vector<EnvelopeColumn> columns =
+        slot.info->envelope(first, last, static_cast<int>(1 + m_random.upTo(mostColumns)));
+    m_report.count(Operation::ReadEnvelope);
+    const Expectation after = slot.expectation();
+    if (before.expectation != after || after.isChanging || after.isDamaged)
+        return;
+    const bool wasBroken = wasInError(slot, before);
+    qint64 at = first;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const EnvelopeColumn& column = columns[i];
+        const bool isLost = column.count == 0;
+        if (column.first != at || (isLost && !wasBroken && column.first < before.written))
+            m_report.fail(QStringLiteral("slot %1: a column of %2 samples from %3 instead of %4")
+                              .arg(slot.number())
+                              .arg(column.count)
+                              .arg(column.first)
+                              .arg(at));
+        at = isLost && i + 1 < columns.size() ? columns[i + 1].first : column.first + column.count;
+        if (!isLost)
+            checkColumn(slot, before, column);
+    }
+}
+
+void StressReader::checkColumn(const StressSlot& slot, const Before& before, const EnvelopeColumn& column)
+{
+    int minimum = std::numeric_limits<int>::max();
+    int maximum = std::numeric_limits<int>::min();
+    for (qint64 i = column.first; i < column.first + column.count; ++i) {
+        const int value = slot.value(before.expectation.generation, i);
+        minimum = std::min(minimum, value);
+        maximum = std::max(maximum, value);
+    }
+    if (column.missing != 0 || column.minimum != minimum || column.maximum != maximum)
+        m_report.fail(QStringLiteral("slot %1: %2 samples from %3 are %4 to %5, not %6 to %7, %8 missing")
+                          .arg(slot.number())
+                          .arg(column.count)
+                          .arg(column.first)
+                          .arg(minimum)
+                          .arg(maximum)
+                          .arg(column.minimum)
+                          .arg(column.maximum)
+                          .arg(column.missing));
 }
 
 void StressReader::readSize(StressSlot& slot)

@@ -29,14 +29,20 @@ private:
     {
         Expectation expectation;
         qint64 written;
+        quint64 clearedErrors;
     };
     static Before look(const StressSlot& slot);
+    /// Whether the array is in error, or was since `before`: then samples may be missing that it has.
+    static bool wasInError(const StressSlot& slot, const Before& before);
 
     qint64 someIndex(const StressSlot& slot);
     void readSample(StressSlot& slot);
     void readRange(StressSlot& slot);
     template <typename Sample>
-    bool readRangeOf(StressSlot& slot, bool isLastTry);
+    void readRangeOf(StressSlot& slot);
+    void readEnvelope(StressSlot& slot);
+    void checkColumn(const StressSlot& slot, const Before& before,
+                     const vx::datastorage::EnvelopeColumn& column);
     void readSize(StressSlot& slot);
     void check(const StressSlot& slot, const Before& before, qint64 index, int bits, const char* call);
 

@@ -7,7 +7,8 @@ namespace {
 constexpr std::array<const char*, static_cast<std::size_t>(Operation::Count)> names{
     "samples read by other threads",
     "ranges read by other threads",
-    "ranges that came short and were read again",
+    "envelopes asked for",
+    "reads that an error has left without samples",
     "sizes read by other threads",
     "samples read on the main thread",
     "direct samples",

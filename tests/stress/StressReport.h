@@ -11,7 +11,8 @@ enum class Operation
 {
     ReadOne,
     ReadRange,
-    ShortRange,
+    ReadEnvelope,
+    MissingInError,
     ReadSize,
     ReadOnMainThread,
     ReadDirect,

@@ -65,6 +65,14 @@ void StressSlot::change(Expectation next)
     m_expectation.store(next.pack());
 }
 
+void StressSlot::clearError()
+{
+    if (!info->isInError())
+        return;
+    ++m_clearedErrors; // first: a reader that still sees no error sees this
+    info->setReadWriteError(false);
+}
+
 void StressSlot::beginGeneration()
 {
     Expectation next = expectation();

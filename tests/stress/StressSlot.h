@@ -58,7 +58,12 @@ public:
     bool isPossible(int bits, qint64 index, const Expectation& before, qint64 writtenBefore,
                     const Expectation& after) const;
 
+    /// How often the error of the array has been cleared.
+    quint64 clearedErrors() const { return m_clearedErrors.load(); }
+
     // Main thread.
+    /// Clears the error of the array, if it has one.
+    void clearError();
     void beginGeneration();
     void endGeneration();
     void setDamaged(bool isDamaged);
@@ -83,6 +88,7 @@ private:
     std::atomic<quint64> m_expectation{0};
     std::atomic<qint64> m_written{0};
     std::atomic<qint64> m_announced{0};
+    std::atomic<quint64> m_clearedErrors{0};
 };
 
 /// One of the arrays, those in front more often.

@@ -1,0 +1,52 @@
+#include <datastorage/arrays/ArrayEnvelope_p.h>
+
+namespace vx::datastorage {
+
+void ArrayEnvelope::startOver(SampleKind kind)
+{
+    m_envelope = SampleEnvelope(kind);
+    ++m_generation;
+}
+
+void ArrayEnvelope::drop()
+{
+    const nel::tools::Locker lock(m_mutex);
+    startOver(m_envelope.kind());
+}
+
+void ArrayEnvelope::setKind(SampleKind kind)
+{
+    extentAs(kind);
+}
+
+ArrayEnvelope::Extent ArrayEnvelope::extent() const
+{
+    const nel::tools::Locker lock(m_mutex);
+    return {m_generation, m_envelope.size()};
+}
+
+ArrayEnvelope::Extent ArrayEnvelope::extentAs(SampleKind kind)
+{
+    const nel::tools::Locker lock(m_mutex);
+    if (m_envelope.kind() != kind)
+        startOver(kind);
+    return {m_generation, m_envelope.size()};
+}
+
+ArrayEnvelope::Extent ArrayEnvelope::append(quint64 generation, qint64 first,
+                                            std::span<const DataTypeBase> samples)
+{
+    const nel::tools::Locker lock(m_mutex);
+    const qint64 known = m_envelope.size() - first;
+    if (m_generation == generation && known >= 0 && known < static_cast<qint64>(samples.size()))
+        m_envelope.append(samples.subspan(static_cast<std::size_t>(known)));
+    return {m_generation, m_envelope.size()};
+}
+
+qint64 ArrayEnvelope::bytes() const
+{
+    const nel::tools::Locker lock(m_mutex);
+    return m_envelope.bytes();
+}
+
+} // namespace vx::datastorage
