@@ -1,5 +1,10 @@
 #include "commands/Commands.h"
 #include "console/Console.h"
+#include "console/Language.h"
+#ifdef VXDATA_HAS_PLOT
+#include "plot/ChartDrawer.h"
+#include "plot/ChartRenderer.h"
+#endif
 
 #include <datastorage/units/Converter.h>
 
@@ -7,6 +12,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <memory>
 
 namespace {
 
@@ -49,6 +56,12 @@ int runCommand(const Command& command, const QStringList& words, Console& consol
         console.print(vx::cli::helpText(command));
         return vx::cli::Done;
     }
+    // For a new translation it is the language of the template, which need not be there yet.
+    if (arguments.has("language") && &command != &vx::cli::TRANSLATIONS_COMMAND &&
+        !vx::cli::useLanguage(arguments.value("language"), error)) {
+        console.printError(error);
+        return vx::cli::WrongUsage;
+    }
     vx::datastorage::Converter::init();
     return command.run(arguments, console);
 }
@@ -77,12 +90,24 @@ int dispatch(const QStringList& words, Console& console)
     return vx::cli::WrongUsage;
 }
 
+/// What draws charts is only started for the command that does.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
+{
+#ifdef VXDATA_HAS_PLOT
+    if (argc > 1 && std::strcmp(argv[1], vx::cli::PLOT_COMMAND.name) == 0) {
+        vx::cli::setChartDrawer(vx::cli::renderChart);
+        return vx::cli::makeChartApplication(argc, argv);
+    }
+#endif
+    return std::make_unique<QCoreApplication>(argc, argv);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     qInstallMessageHandler(passOnWarnings);
-    QCoreApplication application(argc, argv);
+    const std::unique_ptr<QCoreApplication> application = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vxdata"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VXDATA_VERSION));
     Console console;

@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 #include "config/DeclaredArrays.h"
 #include "console/Console.h"
+#include "console/Language.h"
 #include "console/TextTable.h"
 #include "heading/UnitText.h"
 
@@ -101,6 +102,7 @@ void printTables(const DeclaredArrays& declared, Console& console)
 
 ExitCode run(const Arguments& arguments, Console& console)
 {
+    useLanguageOf(arguments.positional.at(0), arguments.value("language"));
     DeclaredArrays declared;
     InputError error;
     if (!declared.read(arguments.positional.front(), error)) {

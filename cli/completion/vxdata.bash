@@ -6,11 +6,11 @@ _vxdata()
     COMPREPLY=()
 
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W "report check units convert inspect generate --help --version" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "report plot check units convert inspect translations generate --help --version" -- "$current")
         return
     fi
     case $previous in
-    --config | --cache-config)
+    --config | --cache-config | -o)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
@@ -22,20 +22,30 @@ _vxdata()
         mapfile -t COMPREPLY < <(compgen -W "1MiB 16MiB 64MiB 256MiB 1GiB 4GiB" -- "$current")
         return
         ;;
-    --unit | --columns | --rows | --samples)
+    --size)
+        mapfile -t COMPREPLY < <(compgen -W "800x600 1200x700 1920x1080" -- "$current")
+        return
+        ;;
+    --language)
+        mapfile -t COMPREPLY < <(compgen -W "de en fr" -- "$current")
+        return
+        ;;
+    --unit | --columns | --rows | --samples | --range | -x | -y)
         return
         ;;
     esac
     case $command in
     report) options="--unit --columns --json --config --budget --cache-dir --cache-config --save --open --help" ;;
+    plot) options="-x -y -o --range --nyquist --size --unit --columns --config --budget --cache-dir --cache-config --open --help" ;;
     check | units) options="--json --help" ;;
     inspect) options="--json --samples --help" ;;
     generate) options="--out --rows --help" ;;
     *) options="--help" ;;
     esac
+    options+=" --language"
     if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
-    elif [[ $command == report || $command == check || $command == inspect ]]; then
+    elif [[ $command == report || $command == plot || $command == check || $command == inspect || $command == translations ]]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
     fi
 }

@@ -5,8 +5,22 @@
 namespace vx::cli {
 namespace {
 
+/// The dashes in front of an option: one for a letter, two for a word.
+QString dashed(const QString& name)
+{
+    return (name.size() == 1 ? QStringLiteral("-") : QStringLiteral("--")) + name;
+}
+
+/// What every command understands besides "--help".
+constexpr Option LANGUAGE{
+    "language", "LANG",
+    "The language of the library's messages and of a configuration's texts: de, fr. Default: en."};
+
 const Option* findOption(const Command& command, const QString& name)
 {
+    if (name == QLatin1String(LANGUAGE.name)) {
+        return &LANGUAGE;
+    }
     const auto found =
         std::find_if(command.options.begin(), command.options.end(),
                      [&name](const Option& option) { return name == QLatin1String(option.name); });
@@ -19,21 +33,22 @@ bool takeOption(const Command& command, const QStringList& words, qsizetype& ind
 {
     const QString& word = words.at(index);
     const qsizetype equals = word.indexOf(QLatin1Char('='));
-    const QString name =
-        word == QLatin1String("-h") ? QStringLiteral("help") : word.mid(2, equals < 0 ? -1 : equals - 2);
-    if (name == QLatin1String("help")) {
+    const QString written = word.left(equals < 0 ? word.size() : equals);
+    const qsizetype dashes = word.startsWith(QLatin1String("--")) ? 2 : 1;
+    const QString name = word == QLatin1String("-h") ? QStringLiteral("help") : written.mid(dashes);
+    if (name == QLatin1String("help") && (word == QLatin1String("-h") || dashes == 2)) {
         arguments.options.insert(name, {});
         return true;
     }
     const Option* option = findOption(command, name);
-    if (option == nullptr) {
+    if (option == nullptr || written != dashed(name)) {
         error = QStringLiteral("unknown option \"%1\"").arg(word);
         return false;
     }
     QStringList& values = arguments.options[name];
     if (option->value == nullptr) {
         if (equals >= 0) {
-            error = QStringLiteral("option \"--%1\" takes no value").arg(name);
+            error = QStringLiteral("option \"%1\" takes no value").arg(written);
             return false;
         }
         return true;
@@ -44,7 +59,7 @@ bool takeOption(const Command& command, const QStringList& words, qsizetype& ind
         values.append(words.at(++index));
     } else {
         error =
-            QStringLiteral("option \"--%1\" needs a value: %2").arg(name, QString::fromUtf8(option->value));
+            QStringLiteral("option \"%1\" needs a value: %2").arg(written, QString::fromUtf8(option->value));
         return false;
     }
     return true;
@@ -77,7 +92,7 @@ bool checkCount(const Command& command, const Arguments& arguments, QString& err
 
 QString optionUsage(const Option& option)
 {
-    QString usage = QStringLiteral("--") + QLatin1String(option.name);
+    QString usage = dashed(QLatin1String(option.name));
     if (option.value != nullptr) {
         usage += QLatin1Char(' ') + QString::fromUtf8(option.value);
     }
@@ -116,6 +131,7 @@ QString optionsText(std::span<const Option> options)
         text += usage + wrapped(QString::fromUtf8(option.text), COLUMN) + QLatin1Char('\n');
     };
     std::for_each(options.begin(), options.end(), add);
+    add(LANGUAGE);
     add(help);
     return text;
 }
@@ -170,7 +186,7 @@ QString helpText(const Command& command)
 
 QString helpText(std::span<const Command* const> commands)
 {
-    constexpr qsizetype COLUMN = 12;
+    constexpr qsizetype COLUMN = 14;
     QString text =
         QStringLiteral("Usage: vxdata COMMAND [options] [arguments]\n\n"
                        "Reads tables of battery and electrochemical measurements into streamed arrays,\n"

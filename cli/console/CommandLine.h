@@ -21,7 +21,7 @@ enum ExitCode
 /// One option of a command, as the parser and the help text see it.
 struct Option
 {
-    const char* name;  ///< without the two dashes
+    const char* name;  ///< without its dashes: two, or one for a single letter
     const char* value; ///< what the value is, for the help text; null for a switch
     const char* text;  ///< one sentence
 };
@@ -55,9 +55,9 @@ struct Command
 };
 
 /// Splits the words behind the command's name into options and the rest. Understood are "--name value",
-/// "--name=value" and "--", behind which everything is an argument. False with `error` set for an unknown
-/// option, a missing or superfluous value and a wrong number of arguments; "--help" is always known and
-/// makes the number of arguments free.
+/// "--name=value", the same with one dash for a name of one letter, and "--", behind which everything is an
+/// argument. False with `error` set for an unknown option, a missing or superfluous value and a wrong number
+/// of arguments; "--help" is always known and makes the number of arguments free.
 bool parseArguments(const Command& command, const QStringList& words, Arguments& arguments, QString& error);
 
 /// The help text of one command.
