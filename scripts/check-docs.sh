@@ -40,11 +40,20 @@ awk '/^```cpp$/ { on = 1; next } /^```$/ { if (on) exit } on' README.md |
 grep -qxF -f examples/quickstart/expected.txt README.md ||
     complain "README.md does not show what examples/quickstart prints"
 
+awk -f scripts/examples.awk docs/examples.md | diff -u docs/examples.md - ||
+    complain "docs/examples.md does not show the examples as they are: run scripts/docs.sh tables"
+for example in examples/*/; do
+    name=$(basename "$example")
+    grep -qxF -- "<!-- example: $name -->" docs/examples.md || complain "docs/examples.md does not show $example"
+    [ "$(wc -l <"$example/main.cpp")" -le 60 ] || complain "$example/main.cpp has more than 60 lines"
+done
+
 # Every translated text, and every line of the cache's messages, stands in docs/errors.md.
 messages=$(
     {
         grep -rhoE 'translate\(["A-Za-z_]+, "[^"]+"' datastorage json
         grep -rhoE '"[^"]*(ERROR|CacheReadManager\])[^"]*"' datastorage --include='*.cpp'
+        grep -rhoE 'QStringLiteral\("[A-Z][a-z]* [^"]*"' datastorage --include='*.cpp' | sed 's/^[^"]*//'
     } | sed 's/.*, "//; s/^"//; s/"$//'
 ) || true
 count=0

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Builds the Debian packages into build/debian and has lintian look at them. With "root DIRECTORY", also
-# installs, tries and purges them in a new Debian 12 made by scripts/fresh-root.sh.
+# Builds the Debian packages into build/debian, has lintian look at them, unpacks them and runs their
+# tests against the unpacked copy. With "root DIRECTORY", also installs, tries and purges them in a new
+# Debian 12 made by scripts/fresh-root.sh.
 #
 #   scripts/debian.sh [root DIRECTORY]
 source "$(dirname "$0")/common.sh"
-install_deps build debian
+install_deps build plot debian package
 
 version=$(project_version)
 dpkg-parsechangelog --show-field Version | grep -qxF "$version" ||
@@ -27,7 +28,24 @@ git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t 
 ls "$work"/*.deb
 
 note "lintian"
-lintian --fail-on error,warning --info "$work"/*.changes
+lintian --allow-root --fail-on error,warning --info "$work"/*.changes
+echo "ok  no error, no warning"
+
+note "tests of the packages"
+for package in "$work"/*.deb; do
+    dpkg-deb --extract "$package" "$work/unpacked"
+done
+libdir=$(dirname "$(find "$work/unpacked" -name 'libVXDataStorage.so.1')")
+for name in consumer vxdata; do
+    mkdir "$work/$name"
+    env AUTOPKGTEST_TMP="$work/$name" PATH="$work/unpacked/usr/bin:$PATH" LD_LIBRARY_PATH="$libdir" \
+        CMAKE_PREFIX_PATH="$work/unpacked/usr" PKG_CONFIG_PATH="$libdir/pkgconfig" \
+        sh "debian/tests/$name" >"$work/$name.log" 2>&1 || {
+        cat "$work/$name.log" >&2
+        fail "debian/tests/$name failed"
+    }
+    echo "ok  $name"
+done
 
 if [ "${1:-}" = root ]; then
     directory=${2:?a directory}
@@ -37,7 +55,7 @@ if [ "${1:-}" = root ]; then
     mkdir -p "$directory/packages"
     cp "$work"/*.deb "$directory/packages/"
     scripts/fresh-root.sh "$directory" "apt-get -q update && apt-get -q install -y --no-install-recommends \
-        /packages/*.deb cmake g++ ninja-build pkgconf &&
+        /packages/*.deb cmake g++ ninja-build pkgconf qt6-l10n-tools &&
         sh debian/tests/consumer && sh debian/tests/vxdata &&
         apt-get -q purge -y libvxdatastorage1 libvxdatastorage-dev vxdatastorage-tools vxdatastorage-doc &&
         ! find / -xdev -path /proc -prune -o -path /packages -prune -o -path /work -prune -o -iname '*vxdata*' -print | grep . "

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Writes documentation from the code.
 #
-#   scripts/docs.sh tables      the tables in docs/ that are made from the library
+#   scripts/docs.sh tables      the tables in docs/ that are made from the library, and the examples
 #   scripts/docs.sh reference   the reference of the public headers, with the pages and an offline
 #                               search, to build/docs/html/index.html; anything undocumented is an error
 source "$(dirname "$0")/common.sh"
@@ -11,6 +11,8 @@ tables)
     install_deps build test
     configure dev -DVXDATASTORAGE_BUILD_TESTS=ON
     build dev docs_test >/dev/null
+    awk -f scripts/examples.awk docs/examples.md >build/examples.md
+    cp build/examples.md docs/examples.md
     VXDATASTORAGE_WRITE_DOCS=1 build/dev/tests/docs/docs_test --gtest_brief=1
     git diff --stat -- docs
     ;;
@@ -20,7 +22,10 @@ reference)
     rm -rf "$output"
     mkdir -p "$output"
     version=$(project_version)
-    sed "s#@VERSION@#$version#g; s#@OUTPUT@#$output#g" Doxyfile.in >"$output/Doxyfile"
+    # The tool that packs the pages into one file for Qt Assistant and Qt Creator, where there is one.
+    helper=$(command -v qhelpgenerator-qt6 /usr/lib/qt6/libexec/qhelpgenerator | head -1) || true
+    sed "s#@VERSION@#$version#g; s#@OUTPUT@#$output#g; s#@QHELPGENERATOR@#$helper#g
+        s#@QHELP@#$([ -n "$helper" ] && echo YES || echo NO)#g" Doxyfile.in >"$output/Doxyfile"
     status=0
     doxygen "$output/Doxyfile" || status=$?
     if [ -s "$output/warnings.txt" ]; then
@@ -28,6 +33,7 @@ reference)
         fail "the lines above need documentation"
     fi
     [ $status -eq 0 ] || fail "doxygen failed"
+    [ -z "$helper" ] || [ -s "$output/VXDataStorage.qch" ] || fail "no $output/VXDataStorage.qch was made"
     echo "reference: $(find "$output/html" -name '*.html' | wc -l) pages in $output/html"
     ;;
 *)

@@ -10,18 +10,22 @@ set -euo pipefail
 packages_of() {
     case $1 in
     build) echo g++ cmake ninja-build qt6-base-dev ;;
-    test) echo libgtest-dev libgmock-dev ;;
+    test) echo libgtest-dev libgmock-dev qt6-l10n-tools librapidcheck-dev ;;
+    plot) echo libqcustomplot-dev qt6-svg-dev fonts-dejavu-core ;;
     lint) echo clang clang-format clang-tidy ;;
-    mingw) echo g++-mingw-w64-x86-64 ;;
-    package) echo git pkgconf qmake6 make binutils clang ;;
+    mingw) echo g++-mingw-w64-x86-64 wine wine64 ;;
+    package) echo git pkgconf qmake6 qt6-l10n-tools make binutils clang ;;
     coverage) echo gcovr ;;
+    mutation) echo python3 ;;
+    spelling) echo codespell ;;
     bench) echo libbenchmark-dev python3 ;;
-    peers) echo liblmdb-dev libsqlite3-dev libhdf5-dev pkgconf ;;
-    docs) echo doxygen ;;
-    debian) echo debhelper dpkg-dev fakeroot libgmock-dev libgtest-dev lintian ;;
+    peers) echo liblmdb-dev librocksdb-dev libsqlite3-dev libhdf5-dev libudunits2-dev pkgconf ;;
+    docs) echo doxygen qt6-documentation-tools ;;
+    abi) echo abigail-tools binutils ;;
+    debian) echo debhelper doxygen dpkg-dev fakeroot lintian qt6-documentation-tools ;;
     root) echo debootstrap ;;
     *)
-        echo "error: unknown profile $1; there are build, test, lint, mingw, package, coverage, docs, debian, root" >&2
+        echo "error: unknown profile $1; there are build, test, plot, lint, mingw, package, coverage, mutation, spelling, docs, abi, debian, root" >&2
         exit 2
         ;;
     esac

@@ -17,7 +17,8 @@ echo "build/mingw/system_memory.exe: $(stat -c %s build/mingw/system_memory.exe)
 
 if have wine; then
     note "run with wine"
-    WINEDEBUG=-all wine build/mingw/system_memory.exe
+    export WINEPREFIX=$root/build/mingw/wine
+    WINEDEBUG=-all timeout 300 wine build/mingw/system_memory.exe
 else
     echo "wine is not installed: not run"
 fi

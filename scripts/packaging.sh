@@ -46,6 +46,18 @@ libdir=$(dirname "$library")
 readelf -d "$library" | grep -q "SONAME.*\[libVXDataStorage.so.${version%%.*}\]" || fail "wrong SONAME"
 grep -q "\"$version\"" "$prefix/include/VXDataStorage/datastorage/Version.h" || fail "Version.h has another version"
 
+note "a source tree that nobody may write to"
+mkdir "$work/source"
+git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t "$work/source"
+chmod -R a-w "$work/source"
+touch "$work/before"
+quietly readonly-configure cmake -G Ninja -S "$work/source" -B "$work/readonly" "${launcher[@]}" \
+    -DCMAKE_BUILD_TYPE=Release -DVXDATASTORAGE_BUILD_TESTS=OFF
+quietly readonly-build cmake --build "$work/readonly" --parallel "$jobs"
+# Directories change when something is made in them, and root may write all the same.
+! find "$work/source" -newer "$work/before" | grep . || fail "the build has written into its sources"
+echo "ok  built from it, unchanged"
+
 note "installed files"
 (cd "$prefix" && find . -type f -o -type l | sort) >"$work/moved.list"
 (cd "$work/destdir/opt/vx" && find . -type f -o -type l | sort) >"$work/destdir.list"
@@ -89,6 +101,12 @@ cmake_consumer subdirectory-own-archive -DCONSUME=subdirectory \
     -DVXDATASTORAGE_ARCHIVE_INCLUDE_DIR="$root/tests/packaging/own_archive" \
     -DCMAKE_CXX_FLAGS=
 cmake_consumer fetchcontent-static -DCONSUME=fetchcontent -DVXDATASTORAGE_STATIC=ON
+
+quietly examples-configure cmake -G Ninja -S examples -B "$work/examples" "${launcher[@]}" \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix"
+quietly examples-build cmake --build "$work/examples" --parallel "$jobs"
+quietly examples-run ctest --test-dir "$work/examples" --no-tests=error
+echo "ok  examples"
 
 export PKG_CONFIG_PATH=$libdir/pkgconfig
 [ "$(pkg-config --modversion VXDataStorage)" = "$version" ] || fail "pkg-config knows another version"

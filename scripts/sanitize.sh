@@ -13,7 +13,7 @@ asan | tsan) shift ;;
     exit 2
     ;;
 esac
-install_deps build test
+install_deps build test plot
 
 note "build ($preset)"
 configure "$preset"

@@ -8,7 +8,7 @@ source "$(dirname "$0")/common.sh"
 
 preset=${1:-dev}
 [ $# -eq 0 ] || shift
-profiles=(build test)
+profiles=(build test plot)
 [ "$preset" != clang ] || profiles+=(lint)
 install_deps "${profiles[@]}"
 

@@ -4,7 +4,7 @@
 #
 #   scripts/tidy.sh [FILE...]       without files: every source of the library, program and tests
 source "$(dirname "$0")/common.sh"
-install_deps build test lint
+install_deps build test plot lint
 
 files=()
 for file in "$@"; do
