@@ -13,7 +13,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     Converter::init();
     CacheManager::instance().checkDefaultCacheDirectory();
-    CacheManager::instance().setCacheSizeInBytes(1024 * 1024); // of samples in memory, all arrays together
+    CacheManager::instance().setCacheSizeInBytes(1 << 20); // 1 MiB of samples in memory, all arrays together
 
     DataArrayInfoStreamed current("Current", ParameterElectricCurrent, Float, UsualUnit(UnitAmpere));
     current.createDataArray();
