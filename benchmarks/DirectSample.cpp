@@ -30,14 +30,14 @@ void directLibrary(benchmark::State& state, Order order, std::size_t count)
     datastorage::DataArrayInfoStreamed* array = &arrays[0];
     RandomPositions at(count);
     for (qint64 i = 0; i < static_cast<qint64>(count); i += 1024)
-        benchmark::DoNotOptimize(cache.getSampleDirect(array, i));
+        use(cache.getSampleDirect(array, i).floatValue);
     for (auto _ : state) {
         if (order == Order::Random) {
             for (std::size_t i = 0; i < LOOKUPS; ++i)
-                benchmark::DoNotOptimize(cache.getSampleDirect(array, at.next()).floatValue);
+                use(cache.getSampleDirect(array, at.next()).floatValue);
         } else {
             for (qint64 i = 0; i < static_cast<qint64>(LOOKUPS); ++i)
-                benchmark::DoNotOptimize(cache.getSampleDirect(array, i).floatValue);
+                use(cache.getSampleDirect(array, i).floatValue);
         }
     }
     countItems(state, LOOKUPS);
@@ -57,14 +57,14 @@ void directLimit(benchmark::State& state, Order order, std::size_t count)
     const float* samples = static_cast<const float*>(mapping) + OFFSET / sizeof(float);
     RandomPositions at(count);
     for (std::size_t i = 0; i < count; i += 1024)
-        benchmark::DoNotOptimize(samples[i]);
+        use(samples[i]);
     for (auto _ : state) {
         if (order == Order::Random) {
             for (std::size_t i = 0; i < LOOKUPS; ++i)
-                benchmark::DoNotOptimize(samples[at.next()]);
+                use(samples[at.next()]);
         } else {
             for (qint64 i = 0; i < static_cast<qint64>(LOOKUPS); ++i)
-                benchmark::DoNotOptimize(samples[i]);
+                use(samples[i]);
         }
     }
     ::munmap(mapping, bytes);

@@ -6,6 +6,7 @@
 
 #include <hdf5.h>
 #include <lmdb.h>
+#include <rocksdb/c.h>
 #include <sqlite3.h>
 
 namespace vx::bench {
@@ -99,6 +100,80 @@ private:
     }
 };
 
+class RocksdbStore : public PeerStore
+{
+public:
+    bool write(const std::string& path, std::span<const float> samples) override
+    {
+        std::filesystem::remove_all(path);
+        const Database database(path);
+        const std::unique_ptr<rocksdb_writeoptions_t, decltype(&rocksdb_writeoptions_destroy)> options(
+            rocksdb_writeoptions_create(), rocksdb_writeoptions_destroy);
+        rocksdb_writeoptions_disable_WAL(options.get(), 1);
+        Error error;
+        rocksdb_put(database.get(), options.get(), "U", 1, reinterpret_cast<const char*>(samples.data()),
+                    samples.size_bytes(), error.out());
+        return !error.isSet();
+    }
+
+    bool read(const std::string& path, std::span<float> samples) override
+    {
+        const Database database(path);
+        const std::unique_ptr<rocksdb_readoptions_t, decltype(&rocksdb_readoptions_destroy)> options(
+            rocksdb_readoptions_create(), rocksdb_readoptions_destroy);
+        Error error;
+        rocksdb_pinnableslice_t* value =
+            rocksdb_get_pinned(database.get(), options.get(), "U", 1, error.out());
+        std::size_t bytes = 0;
+        const char* data = value != nullptr ? rocksdb_pinnableslice_value(value, &bytes) : nullptr;
+        const bool ok = !error.isSet() && bytes == samples.size_bytes();
+        if (ok)
+            std::memcpy(samples.data(), data, bytes);
+        rocksdb_pinnableslice_destroy(value);
+        return ok;
+    }
+
+private:
+    class Error
+    {
+    public:
+        Error() = default;
+        ~Error() { rocksdb_free(m_text); }
+        Error(const Error&) = delete;
+        Error& operator=(const Error&) = delete;
+
+        char** out() { return &m_text; }
+        bool isSet() const { return m_text != nullptr; }
+
+    private:
+        char* m_text = nullptr;
+    };
+
+    class Database
+    {
+    public:
+        explicit Database(const std::string& path) : m_options(rocksdb_options_create())
+        {
+            rocksdb_options_set_create_if_missing(m_options, 1);
+            Error error;
+            m_database = rocksdb_open(m_options, path.c_str(), error.out());
+        }
+        ~Database()
+        {
+            rocksdb_close(m_database);
+            rocksdb_options_destroy(m_options);
+        }
+        Database(const Database&) = delete;
+        Database& operator=(const Database&) = delete;
+
+        rocksdb_t* get() const { return m_database; }
+
+    private:
+        rocksdb_options_t* m_options;
+        rocksdb_t* m_database = nullptr;
+    };
+};
+
 class SqliteStore : public PeerStore
 {
 public:
@@ -160,6 +235,12 @@ PeerStore& hdf5Store()
 PeerStore& lmdbStore()
 {
     static LmdbStore store;
+    return store;
+}
+
+PeerStore& rocksdbStore()
+{
+    static RocksdbStore store;
     return store;
 }
 

@@ -5,11 +5,11 @@
 #include <vector>
 
 /// Other stores that keep arrays of floats, each used as its own manual suggests for one array: HDF5 with
-/// one contiguous data set, LMDB with one value, SQLite with one blob. None of them is asked to survive a
-/// crash of the system (no fsync), as the library's cache does not.
+/// one contiguous data set, LMDB with one value, RocksDB with one value, SQLite with one blob. None of them
+/// is asked to survive a crash of the system (no fsync), as the library's cache does not.
 namespace vx::bench {
 
-/// An array in a file of a store.
+/// An array in a file, or in a directory, of a store.
 class PeerStore
 {
 public:
@@ -22,6 +22,7 @@ public:
 
 PeerStore& hdf5Store();
 PeerStore& lmdbStore();
+PeerStore& rocksdbStore();
 PeerStore& sqliteStore();
 
 } // namespace vx::bench

@@ -1,9 +1,12 @@
 // What other stores take for writing a new file with an array of a million samples, and for opening,
-// loading and closing it. The page sets them beside the limits of WriteFile and Residency.
+// loading and closing it, and what a library for units takes for reading a unit and converting samples. The
+// page sets them beside the limits of the same jobs.
 #include "PeerStores.h"
 #include "Support.h"
 
 #include <benchmark/benchmark.h>
+
+#include <udunits2.h>
 
 namespace vx::bench {
 
@@ -41,9 +44,44 @@ void loadPeer(benchmark::State& state, PeerStore* store)
     countBytes(state, SAMPLES * sizeof(float));
 }
 
+void parseUnitPeer(benchmark::State& state)
+{
+    ut_set_error_message_handler(ut_ignore);
+    ut_system* const system = ut_read_xml(nullptr);
+    for (auto _ : state) {
+        ut_unit* const unit = ut_parse(system, "mA.h/g", UT_UTF8);
+        if (unit == nullptr)
+            state.SkipWithError("the unit was not read");
+        ut_free(unit);
+    }
+    ut_free_system(system);
+}
+BENCHMARK(parseUnitPeer)->Name("ParseUnit/UDUNITS-2")->UseRealTime();
+
+void convertPeer(benchmark::State& state)
+{
+    ut_set_error_message_handler(ut_ignore);
+    ut_system* const system = ut_read_xml(nullptr);
+    ut_unit* const volt = ut_parse(system, "V", UT_UTF8);
+    ut_unit* const millivolt = ut_parse(system, "mV", UT_UTF8);
+    cv_converter* const converter = ut_get_converter(volt, millivolt);
+    std::vector<float> samples = measuredFloats(SAMPLES);
+    for (auto _ : state) {
+        cv_convert_floats(converter, samples.data(), samples.size(), samples.data());
+        benchmark::ClobberMemory();
+    }
+    cv_free(converter);
+    ut_free(millivolt);
+    ut_free(volt);
+    ut_free_system(system);
+}
+BENCHMARK(convertPeer)->Name("Convert/block/UDUNITS-2")->UseRealTime();
+
 const bool registered = [] {
-    const std::pair<const char*, PeerStore*> stores[] = {
-        {"HDF5", &hdf5Store()}, {"LMDB", &lmdbStore()}, {"SQLite", &sqliteStore()}};
+    const std::pair<const char*, PeerStore*> stores[] = {{"HDF5", &hdf5Store()},
+                                                         {"LMDB", &lmdbStore()},
+                                                         {"RocksDB", &rocksdbStore()},
+                                                         {"SQLite", &sqliteStore()}};
     for (const auto& [name, store] : stores) {
         benchmark::RegisterBenchmark((std::string("WriteFile/1e6/") + name).c_str(), writePeer, store)
             ->UseManualTime();

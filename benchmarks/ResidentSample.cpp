@@ -24,7 +24,7 @@ void inOrderLibrary(benchmark::State& state)
     benchmark::DoNotOptimize(array);
     for (auto _ : state) {
         for (qint64 i = 0; i < static_cast<qint64>(SAMPLES); ++i)
-            benchmark::DoNotOptimize(array->getSampleFloat(i));
+            use(array->getSampleFloat(i));
     }
     countItems(state, SAMPLES);
 }
@@ -36,7 +36,7 @@ void inOrderLimit(benchmark::State& state)
     const float* samples = array.data();
     for (auto _ : state) {
         for (qint64 i = 0; i < static_cast<qint64>(SAMPLES); ++i)
-            benchmark::DoNotOptimize(samples[i]);
+            use(samples[i]);
     }
     countItems(state, SAMPLES);
 }
@@ -50,7 +50,7 @@ void atRandomLibrary(benchmark::State& state)
     RandomPositions at(SAMPLES);
     for (auto _ : state) {
         for (std::size_t i = 0; i < SAMPLES; ++i)
-            benchmark::DoNotOptimize(array->getSampleFloat(at.next()));
+            use(array->getSampleFloat(at.next()));
     }
     countItems(state, SAMPLES);
 }
@@ -63,7 +63,7 @@ void atRandomLimit(benchmark::State& state)
     RandomPositions at(SAMPLES);
     for (auto _ : state) {
         for (std::size_t i = 0; i < SAMPLES; ++i)
-            benchmark::DoNotOptimize(samples[at.next()]);
+            use(samples[at.next()]);
     }
     countItems(state, SAMPLES);
 }

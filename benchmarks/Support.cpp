@@ -6,6 +6,7 @@
 #include <QtCore/QFile>
 
 #include <cmath>
+#include <filesystem>
 #include <random>
 
 namespace vx::bench {
@@ -62,7 +63,7 @@ ScratchFile::ScratchFile() : m_path(QFile::encodeName(scratchPath()).toStdString
 
 ScratchFile::~ScratchFile()
 {
-    QFile::remove(QFile::decodeName(m_path.c_str()));
+    std::filesystem::remove_all(m_path); // a directory when a peer has made one
 }
 
 std::unique_ptr<datastorage::DataArrayInfoStreamed> makeStreamedArray(const QString& name)
@@ -84,8 +85,10 @@ FiledArrays::FiledArrays(std::size_t arrays, std::size_t samplesEach) : m_sample
         array.startAddingData();
         array.addSamples(std::span<const float>(samples));
         array.endAddingData(QStringLiteral("/data/run.dat"));
-        cache.awaitTaskFinished(&array);
-        array.removeFromMemory();
+    }
+    for (const auto& array : m_arrays) { // only now, so that the pool is not waited for each time
+        cache.awaitTaskFinished(array.get());
+        array->removeFromMemory();
     }
     drainEvents();
 }

@@ -6,7 +6,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <bit>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -93,6 +95,13 @@ inline void countItems(benchmark::State& state, std::size_t items)
 inline void countBytes(benchmark::State& state, std::size_t bytes)
 {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+
+/// Takes a sample that was read: it has to arrive in a register, one at a time. (DoNotOptimize() is content
+/// with the address of an element, so that nothing would be read.)
+inline void use(float sample)
+{
+    asm volatile("" : : "r"(std::bit_cast<std::uint32_t>(sample)));
 }
 
 /// Seconds that `work` takes.

@@ -15,6 +15,7 @@ namespace vx::bench {
 
 // One per file: registers the cases that exist only when big ones are wanted.
 void registerBigDirectSamples();
+void registerBigEnvelopes();
 void registerBigWrites();
 
 } // namespace vx::bench
@@ -46,6 +47,7 @@ int main(int argc, char** argv)
     vx::datastorage::Converter::init();
     if (vx::bench::wantsBigCases()) {
         vx::bench::registerBigDirectSamples();
+        vx::bench::registerBigEnvelopes();
         vx::bench::registerBigWrites();
     }
     benchmark::RunSpecifiedBenchmarks();
