@@ -35,12 +35,12 @@ class StreamedArrayState;
 ///
 /// | operation | thread | lock |
 /// |---|---|---|
-/// | addSample*, clear, resize, reserve, removeFromMemory, read | main | the memory lock while the block is
-/// replaced, emptied or freed | | write, getSize, capacity | any | the memory lock, except on the main thread
-/// | | getSizeLoadedInMemory, isLoadedInMemory, isInError, isUseBatchMode, setUseBatchMode | any | none:
-/// atomic | | setReadWriteError | any | the load lock, to wake | | get...WhileReading | any | waits on the
-/// load lock | | writeToDiskStream, updateToDiskStream, readFromDiskStream | any, one at a time; the cache's
-/// workers | the memory lock at the start and while the count of loaded samples is published |
+/// | addSample*, clear, resize, reserve, removeFromMemory, read | main | the memory lock while the block is replaced, emptied or freed |
+/// | capacity | any | the memory lock, except on the main thread |
+/// | write, getSize, getSizeLoadedInMemory, isLoadedInMemory, isInError, isUseBatchMode, setUseBatchMode | any | none: atomic |
+/// | setReadWriteError | any | the load lock, to wake |
+/// | get...WhileReading | any | waits on the load lock |
+/// | writeToDiskStream, updateToDiskStream, readFromDiskStream | any, one at a time; the cache's workers | the memory lock at the start and while the count of loaded samples is published |
 ///
 /// The block is not freed under a loader, a writer or a reader: each holds it while it uses it.
 class VXDATASTORAGE_EXPORT DataArrayStreamed : public DataArray

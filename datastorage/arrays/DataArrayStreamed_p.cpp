@@ -97,9 +97,10 @@ quint64 StreamedArrayAccess::contentGeneration(const DataArrayStreamed& array)
 bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
+    const qint64 size = array.m_realSize.load(); // first: both grow while the array is being filled
     const qint64 loaded = array.m_loadedSize.load();
-    return array.m_firstIndex.load() == 0 && loaded == sizeInBlock(array) &&
-           loaded >= array.m_realSize.load();
+    const bool isBlockLoaded = array.m_state->filling || loaded == array.m_size;
+    return array.m_firstIndex.load() == 0 && isBlockLoaded && loaded >= size;
 }
 
 bool StreamedArrayAccess::hasUnwrittenSamples(const DataArrayStreamed& array)
@@ -289,7 +290,8 @@ void StreamedArrayAccess::takeLate(DataArrayStreamed& array)
 /// Whether the block, which starts at index 0, and the samples that wait beside it are not the whole array.
 bool StreamedArrayAccess::isMissingSamples(const DataArrayStreamed& array)
 {
-    return array.m_loadedSize.load() + sizeOf(array.m_state->late) < array.m_realSize.load();
+    const qint64 size = array.m_realSize.load(); // first, as in isWholeInMemory()
+    return array.m_loadedSize.load() + sizeOf(array.m_state->late) < size;
 }
 
 template <typename Sample>
@@ -437,7 +439,8 @@ StreamedArrayAccess::Wait StreamedArrayAccess::waitForSample(const DataArrayStre
 bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
 {
     SampleWriter writer(array);
-    const bool holdsEnd = !writer.holdsStart() || loadedSize(array) < realSize(array);
+    const qint64 size = realSize(array); // first, as in isWholeInMemory()
+    const bool holdsEnd = !writer.holdsStart() || loadedSize(array) < size;
     // Appending a block whose first samples the file has already would write those twice.
     const bool repeats = array.m_useBatchMode.load() && array.m_state->samplesOnDisk.load() > 0;
     return holdsEnd || repeats ? writer.appendMissing(file) : writer.update(file);

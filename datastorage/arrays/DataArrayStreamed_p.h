@@ -212,11 +212,13 @@ private:
         sample = array.m_data[at];
         return true;
     }
+    /// The samples first, then the count: who finds a sample counted finds it in memory. A reader that
+    /// compares the two takes the count first.
     static void publishAdded(DataArrayStreamed& array, qint64 size, qint64 added)
     {
-        array.m_realSize.store(array.m_realSize.load(std::memory_order_relaxed) + added,
-                               std::memory_order_relaxed);
         array.m_loadedSize.store(size, std::memory_order_release);
+        array.m_realSize.store(array.m_realSize.load(std::memory_order_relaxed) + added,
+                               std::memory_order_release);
     }
 
     static bool takePin(const DataArrayStreamed& array, qint64 first, qint64 last, PinnedSamples& view);

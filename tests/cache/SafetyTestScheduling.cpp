@@ -323,6 +323,35 @@ TEST_F(SchedulingSafety, AnAppendContinuesTheBodyWhateverStandsBehindIt)
     EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3, 4, 5}));
 }
 
+TEST_F(SchedulingSafety, WhoSeesTheCountOfAnAddedSampleGetsTheSample)
+{
+    constexpr int last = 3'000'000;
+    Array& array = store("A", {0});
+    array.startAddingData();
+    std::atomic<bool> isOver = false;
+    ReaderThread<int> reader([&array, &isOver] {
+        int missed = 0;
+        while (!isOver && missed == 0) {
+            const qint64 index = array.getSize() - 1;
+            std::int32_t sample = -1;
+            if (array.envelope(index, index + 1, 1).at(0).count != 1)
+                ++missed;
+            if (array.readSamples(index, std::span(&sample, 1)) != 1 || sample != index)
+                ++missed;
+            if (array.readSamples(last + 1, std::span(&sample, 1)) != 0)
+                ++missed;
+        }
+        return missed;
+    });
+    for (int i = 1; i <= last; ++i)
+        array.addSampleInt(i);
+    isOver = true;
+    ASSERT_TRUE(reader.awaitReturned());
+    EXPECT_EQ(reader.result(), 0) << "the array counted a sample before it had it";
+    array.endAddingData(KEY);
+    EXPECT_TRUE(errors().isEmpty()) << "a load was started for it";
+}
+
 // ---- streams end with their file
 
 TEST_F(SchedulingSafety, AStreamEndsWhenItsFileChanges)

@@ -69,8 +69,10 @@ void StressSlot::clearError()
 {
     if (!info->isInError())
         return;
-    ++m_clearedErrors; // first: a reader that still sees no error sees this
+    // Twice: a reader may have begun, or may look again, while the error is about to go.
+    ++m_clearedErrors;
     info->setReadWriteError(false);
+    ++m_clearedErrors;
 }
 
 void StressSlot::beginGeneration()

@@ -58,7 +58,7 @@ public:
     bool isPossible(int bits, qint64 index, const Expectation& before, qint64 writtenBefore,
                     const Expectation& after) const;
 
-    /// How often the error of the array has been cleared.
+    /// Changes whenever an error of the array is cleared.
     quint64 clearedErrors() const { return m_clearedErrors.load(); }
 
     // Main thread.
