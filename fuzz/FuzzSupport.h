@@ -34,6 +34,7 @@ public:
     QString makeFile(const QByteArray& bytes) const
     {
         QFile file(path("input"));
+        file.remove(); // a file system may write a file that was cut to nothing and filled again at once
         require(file.open(QIODevice::WriteOnly | QIODevice::Truncate), "a file can be made");
         require(file.write(bytes) == bytes.size(), "a file can be written");
         return file.fileName();
