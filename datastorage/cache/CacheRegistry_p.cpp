@@ -25,10 +25,10 @@ bool CacheRegistry::insert(State state, const QString& key, DataArrayInfoStreame
 {
     const QString name = info->getName();
     const Locker lock(m_mutex);
-    map(state).insert(key, info);
     const bool isNew = !m_entries.contains(info);
     Entry& entry = m_entries[info];
-    ++count(state, entry);
+    Map& entries = map(state);
+    places(state, entry).push_back(entries.emplace_hint(entries.lower_bound(key), key, info));
     if (isNew) {
         entry.key = key;
         entry.name = name;
@@ -41,65 +41,52 @@ bool CacheRegistry::insert(State state, const QString& key, DataArrayInfoStreame
 qsizetype CacheRegistry::remove(State state, const QString& key, Array info)
 {
     const Locker lock(m_mutex);
-    const qsizetype removed = map(state).remove(key, const_cast<DataArrayInfoStreamed*>(info));
-    release(info, state, removed);
-    return removed;
+    const auto entry = m_entries.find(info);
+    if (entry == m_entries.end())
+        return 0;
+    const std::size_t removed = std::erase_if(places(state, *entry), [&](Map::iterator place) {
+        if (place->first != key)
+            return false;
+        map(state).erase(place);
+        return true;
+    });
+    const std::size_t left = entry->cached.size() + entry->updating.size();
+    if (left == 0) {
+        m_owners.remove(entry->file);
+        m_entries.erase(entry);
+    } else if (left == 1 && removed > 0) {
+        entry->key = (entry->cached.empty() ? entry->updating : entry->cached).front()->first;
+    }
+    return static_cast<qsizetype>(removed);
 }
 
 void CacheRegistry::removeEvery(Array info)
 {
     const Locker lock(m_mutex);
-    const auto isOfArray = [info](const Map::iterator& entry) { return entry.value() == info; };
+    const Entry entry = m_entries.take(info);
     for (const State state : {State::Cached, State::Updating})
-        if (count(state, m_entries[info]) > 0)
-            erase_if(map(state), isOfArray);
-    m_owners.remove(m_entries.take(info).file);
-}
-
-void CacheRegistry::clearCached()
-{
-    const Locker lock(m_mutex);
-    const Map cached = std::exchange(m_cached, {});
-    for (const DataArrayInfoStreamed* info : cached)
-        release(info, State::Cached, 1);
-}
-
-/// Notes that `times` entries of the array are gone; with the last one the array is forgotten.
-void CacheRegistry::release(Array info, State state, qsizetype times)
-{
-    const auto entry = m_entries.find(info);
-    if (entry == m_entries.end() || times == 0)
-        return;
-    count(state, *entry) -= static_cast<int>(times);
-    if (entry->cached + entry->updating == 0) {
-        m_owners.remove(entry->file);
-        m_entries.erase(entry);
-    } else if (entry->cached + entry->updating == 1) {
-        const Map& entries = entry->cached == 1 ? m_cached : m_updating;
-        entry->key = entries.key(const_cast<DataArrayInfoStreamed*>(info), QString());
-    }
+        for (const Map::iterator place : places(state, entry))
+            map(state).erase(place);
+    m_owners.remove(entry.file);
 }
 
 QString CacheRegistry::key(State state, Array info) const
 {
     const Locker lock(m_mutex);
     const auto entry = m_entries.find(info);
-    if (entry == m_entries.end())
+    if (entry == m_entries.end() || places(state, *entry).empty())
         return QString();
-    const int times = state == State::Cached ? entry->cached : entry->updating;
-    if (times == 0)
-        return QString();
-    if (entry->cached + entry->updating == 1)
-        return entry->key;
-    const Map& entries = state == State::Cached ? m_cached : m_updating;
-    return entries.key(const_cast<DataArrayInfoStreamed*>(info), QString());
+    const Places& filed = places(state, *entry);
+    return (*std::min_element(filed.begin(), filed.end(),
+                              [](Map::iterator a, Map::iterator b) { return a->first < b->first; }))
+        ->first;
 }
 
 int CacheRegistry::registrations(Array info) const
 {
     const Locker lock(m_mutex);
     const auto entry = m_entries.find(info);
-    return entry == m_entries.end() ? 0 : entry->cached;
+    return entry == m_entries.end() ? 0 : static_cast<int>(entry->cached.size());
 }
 
 bool CacheRegistry::isKnown(Array info) const
@@ -113,16 +100,16 @@ bool CacheRegistry::contains(const QString& key, const QString& name) const
     const Locker lock(m_mutex);
     const auto [first, last] = m_cached.equal_range(key);
     return std::any_of(first, last,
-                       [&](const DataArrayInfoStreamed* info) { return info->getName() == name; });
+                       [&](const Map::value_type& entry) { return entry.second->getName() == name; });
 }
 
 QList<std::pair<QString, DataArrayInfoStreamed*>> CacheRegistry::cachedArrays() const
 {
     const Locker lock(m_mutex);
     QList<std::pair<QString, DataArrayInfoStreamed*>> arrays;
-    arrays.reserve(m_cached.size());
-    for (auto entry = m_cached.cbegin(); entry != m_cached.cend(); ++entry)
-        arrays.emplace_back(entry.key(), entry.value());
+    arrays.reserve(static_cast<qsizetype>(m_cached.size()));
+    for (const auto& [key, info] : m_cached)
+        arrays.emplace_back(key, info);
     return arrays;
 }
 

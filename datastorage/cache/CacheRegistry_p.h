@@ -4,8 +4,10 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
-#include <QtCore/QMultiMap>
 #include <QtCore/QString>
+
+#include <map>
+#include <vector>
 
 namespace vx::datastorage {
 
@@ -38,9 +40,6 @@ public:
     qsizetype remove(State state, const QString& key, Array info);
     /// Takes every entry of `info` out.
     void removeEvery(Array info);
-    /// Takes every cached entry out.
-    void clearCached();
-
     /// The first key, in ascending order, under which `info` is filed; a null text when there is none.
     QString key(State state, Array info) const;
     /// How often `info` is filed as cached, whatever its keys.
@@ -61,24 +60,27 @@ public:
     void setFile(Array info, const QString& key, const QString& file);
 
 private:
+    using Map = std::multimap<QString, DataArrayInfoStreamed*>;
+    /// Where an array stands in a map: many arrays may have one key, and none is searched for among them.
+    using Places = std::vector<Map::iterator>;
+
     struct Entry
     {
-        int cached = 0;   ///< entries in m_cached
-        int updating = 0; ///< entries in m_updating
-        QString key;      ///< under which the array is filed, if only once
+        Places cached;   ///< in m_cached
+        Places updating; ///< in m_updating
+        QString key;     ///< under which the array is filed, if only once
         QString name;
         QString file;
     };
-    using Map = QMultiMap<QString, DataArrayInfoStreamed*>;
 
     Map& map(State state) VX_REQUIRES(m_mutex) { return state == State::Cached ? m_cached : m_updating; }
-    static int& count(State state, Entry& entry)
+    template <typename AnyEntry>
+    static auto& places(State state, AnyEntry& entry)
     {
         return state == State::Cached ? entry.cached : entry.updating;
     }
     QString composeFile(const QString& key, const QString& name) const VX_REQUIRES(m_mutex);
     QString freeFile(const QString& key, const QString& name) const VX_REQUIRES(m_mutex);
-    void release(Array info, State state, qsizetype times) VX_REQUIRES(m_mutex);
 
     mutable nel::tools::Mutex m_mutex;
     QString m_directory VX_GUARDED_BY(m_mutex);

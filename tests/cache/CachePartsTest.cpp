@@ -402,6 +402,21 @@ TEST_F(CacheRegistryFiles, AnArrayFiledTwiceHasTheFirstKeyInOrder)
     EXPECT_EQ(m_registry.remove(State::Cached, "a", m_a.get()), 2) << "every equal entry";
 }
 
+TEST_F(CacheRegistryFiles, ArraysOfOneKeyStandInTheOrderOfTheNewestFirst)
+{
+    using Filed = QList<std::pair<QString, DataArrayInfoStreamed*>>;
+    const std::unique_ptr<DataArrayInfoStreamed> c = named("C");
+    m_registry.insert(State::Cached, "run", m_a.get());
+    m_registry.insert(State::Cached, "run", m_b.get());
+    m_registry.insert(State::Cached, "a", c.get());
+    m_registry.insert(State::Cached, "run", c.get());
+    EXPECT_EQ(m_registry.cachedArrays(),
+              (Filed{{"a", c.get()}, {"run", c.get()}, {"run", m_b.get()}, {"run", m_a.get()}}));
+    EXPECT_EQ(m_registry.remove(State::Cached, "run", m_b.get()), 1);
+    m_registry.removeEvery(c.get());
+    EXPECT_EQ(m_registry.cachedArrays(), (Filed{{"run", m_a.get()}}));
+}
+
 TEST_F(CacheRegistryFiles, ForgettingLeavesNoEntry)
 {
     m_registry.insert(State::Cached, QString(), m_a.get());
