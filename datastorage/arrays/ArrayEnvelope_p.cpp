@@ -33,14 +33,15 @@ ArrayEnvelope::Extent ArrayEnvelope::extentAs(SampleKind kind)
     return {m_generation, m_envelope.size()};
 }
 
-ArrayEnvelope::Extent ArrayEnvelope::append(quint64 generation, qint64 first,
-                                            std::span<const DataTypeBase> samples)
+ArrayEnvelope::Appended ArrayEnvelope::append(quint64 generation, qint64 first,
+                                              std::span<const DataTypeBase> samples)
 {
     const nel::tools::Locker lock(m_mutex);
     const qint64 known = m_envelope.size() - first;
-    if (m_generation == generation && known >= 0 && known < static_cast<qint64>(samples.size()))
-        m_envelope.append(samples.subspan(static_cast<std::size_t>(known)));
-    return {m_generation, m_envelope.size()};
+    const bool isNew =
+        m_generation == generation && known >= 0 && known < static_cast<qint64>(samples.size());
+    const bool isRefused = isNew && !m_envelope.append(samples.subspan(static_cast<std::size_t>(known)));
+    return {{m_generation, m_envelope.size()}, isRefused};
 }
 
 qint64 ArrayEnvelope::bytes() const

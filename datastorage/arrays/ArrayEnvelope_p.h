@@ -25,6 +25,11 @@ public:
         quint64 generation; ///< changes when the envelope starts over
         qint64 size;        ///< samples from index 0
     };
+    struct Appended
+    {
+        Extent extent;
+        bool isRefused; ///< there was no memory for all of the samples
+    };
 
     /// Starts over: the content of the array has changed.
     void drop();
@@ -35,8 +40,9 @@ public:
     /// As setKind() followed by extent().
     Extent extentAs(SampleKind kind);
     /// Sums up those of `samples`, the first of which has the index `first`, that follow. Does nothing
-    /// when they are of another generation or leave a gap. Returns what is then summed up.
-    Extent append(quint64 generation, qint64 first, std::span<const DataTypeBase> samples);
+    /// when they are of another generation or leave a gap. Returns what is then summed up; when memory is
+    /// refused, less than was brought.
+    Appended append(quint64 generation, qint64 first, std::span<const DataTypeBase> samples);
 
     /// Calls `ask(envelope)` unless the generation is another one; returns whether it did.
     template <typename Question>

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <typeinfo>
 #include <utility>
 
@@ -257,7 +258,7 @@ qint64 DataArrayInfo::readSamples(qint64 first, std::span<int> out) const
 }
 
 std::vector<EnvelopeColumn> DataArrayInfo::envelope(qint64 first, qint64 last, int columns) const
-{
+try {
     const qint64 size = getSize();
     first = std::clamp<qint64>(first, 0, size);
     last = std::clamp<qint64>(last, first, size);
@@ -277,6 +278,8 @@ std::vector<EnvelopeColumn> DataArrayInfo::envelope(qint64 first, qint64 last, i
         result.push_back(envelopeColumn(envelopeOf(part, kind), kind, edges[i], count));
     }
     return result;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
 } // namespace vx::datastorage

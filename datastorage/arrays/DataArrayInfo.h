@@ -116,7 +116,7 @@ public:
 
     /// What a plot of the samples from `first` to `last` - 1 (clipped to 0 to getSize()) shows in at most
     /// `columns` columns: in order, without gaps or overlaps, each of at least one sample. No column when
-    /// there is no sample or `columns` is below 1.
+    /// there is no sample, `columns` is below 1 or there is no memory for the columns.
     ///
     /// Columns are as wide as each other, to within one sample. When they would have 256 samples or more,
     /// the edges between them are moved to the nearest multiple of 256 from the array's start; the outer

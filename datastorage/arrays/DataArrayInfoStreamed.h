@@ -42,7 +42,8 @@ class DataArrayStreamed;
 /// - the first call for many samples of an array that was restored reads the file once, in the calling
 ///   thread; where nobody may wait, ask isEnvelopeReady() and CacheManager::prepareEnvelope() first;
 /// - when the file cannot be read, the array is in error as after a failed load, nobody waits, and the
-///   columns that need it have the count 0. They stay so while the array is in error.
+///   columns that need it have the count 0. They stay so while the array is in error;
+/// - when there is no memory for the blocks, the samples are looked at instead.
 ///
 /// Threads: getSample*, readSamples(), envelope(), isEnvelopeReady(), getSize(), isInError() and
 /// setReadWriteError() may be called from any thread while the descriptor lives; they take the array's memory

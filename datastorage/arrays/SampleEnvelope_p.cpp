@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <type_traits>
 
 namespace vx::datastorage {
@@ -193,13 +194,29 @@ qint64 bytesOf(const std::vector<Element>& elements)
     return static_cast<qint64>(elements.capacity()) * static_cast<qint64>(sizeof(Element));
 }
 
+/// Grows as push_back() would, where that is needed for one more element.
+template <typename Element>
+bool makeRoom(std::vector<Element>& elements) noexcept
+{
+    if (elements.size() < elements.capacity())
+        return true;
+    try {
+        elements.reserve(std::max<std::size_t>(2 * elements.capacity(), 1));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
-void SampleEnvelope::append(std::span<const DataTypeBase> samples)
+bool SampleEnvelope::append(std::span<const DataTypeBase> samples) noexcept
 {
     while (!samples.empty()) {
         const auto room = static_cast<std::size_t>(ENVELOPE_LEAF - m_size % ENVELOPE_LEAF);
         const auto part = samples.first(std::min(room, samples.size()));
+        if (part.size() == room && !makeRoomForLeaf())
+            return false;
         m_last.include(envelopeOf(part, m_kind));
         m_size += static_cast<qint64>(part.size());
         if (part.size() == room) {
@@ -208,9 +225,30 @@ void SampleEnvelope::append(std::span<const DataTypeBase> samples)
         }
         samples = samples.subspan(part.size());
     }
+    return true;
 }
 
-void SampleEnvelope::addLeaf(const EnvelopeRange& leaf)
+/// Takes the memory for one more leaf, and for the blocks above that it completes.
+bool SampleEnvelope::makeRoomForLeaf() noexcept
+{
+    if (!makeRoom(m_minimum) || !makeRoom(m_maximum) || !makeRoom(m_missing))
+        return false;
+    std::size_t blocks = m_minimum.size() + 1;
+    for (std::size_t level = 0; blocks % fanOut == 0; ++level) {
+        if (level == m_levels.size()) {
+            if (!makeRoom(m_levels))
+                return false;
+            m_levels.emplace_back();
+        }
+        if (!makeRoom(m_levels[level]))
+            return false;
+        blocks = m_levels[level].size() + 1;
+    }
+    return true;
+}
+
+/// Adds a leaf, for which there is room.
+void SampleEnvelope::addLeaf(const EnvelopeRange& leaf) noexcept
 {
     static_assert(ENVELOPE_LEAF <= std::numeric_limits<quint16>::max());
     m_minimum.push_back(leaf.minimum);
@@ -221,8 +259,6 @@ void SampleEnvelope::addLeaf(const EnvelopeRange& leaf)
         EnvelopeRange above;
         for (std::size_t i = blocks - fanOut; i < blocks; ++i)
             above.include(block(level, i));
-        if (level == m_levels.size())
-            m_levels.emplace_back();
         m_levels[level].push_back(above);
         blocks = m_levels[level].size();
     }

@@ -102,8 +102,9 @@ public:
     SampleKind kind() const { return m_kind; }
     /// Samples that it sums up, from index 0.
     qint64 size() const { return m_size; }
-    /// Sums up more samples, those from size() on.
-    void append(std::span<const DataTypeBase> samples);
+    /// Sums up more samples, those from size() on. Returns false when memory is refused: then those from
+    /// the new size() on are not summed up, and may be appended again.
+    bool append(std::span<const DataTypeBase> samples) noexcept;
     /// The range of the samples from `first` to `last` - 1. Both are multiples of ENVELOPE_LEAF; `last`
     /// may also be size().
     EnvelopeRange range(qint64 first, qint64 last) const;
@@ -113,7 +114,8 @@ public:
 private:
     using Level = std::vector<EnvelopeRange>;
 
-    void addLeaf(const EnvelopeRange& leaf);
+    bool makeRoomForLeaf() noexcept;
+    void addLeaf(const EnvelopeRange& leaf) noexcept;
     EnvelopeRange leaf(std::size_t index) const
     {
         return {m_minimum[index], m_maximum[index], m_missing[index]};

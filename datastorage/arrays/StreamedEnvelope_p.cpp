@@ -1,6 +1,7 @@
 #include <datastorage/arrays/StreamedEnvelope_p.h>
 
 #include <algorithm>
+#include <new>
 
 namespace vx::datastorage {
 
@@ -26,6 +27,18 @@ std::span<const DataTypeBase> part(std::span<const DataTypeBase> samples, qint64
 }
 
 } // namespace
+
+std::span<DataTypeBase> SampleRoom::take(qint64 wanted) noexcept
+{
+    const auto count = static_cast<std::size_t>(wanted);
+    if (count > m_few.size() && count > m_size) {
+        m_many.reset(new (std::nothrow) DataTypeBase[count]);
+        m_size = m_many ? count : 0;
+    }
+    if (count <= m_size)
+        return {m_many.get(), count};
+    return std::span(m_few).first(std::min(count, m_few.size()));
+}
 
 StreamedEnvelope::Draft::Draft(const EnvelopeEdges& places)
     : ranges(static_cast<std::size_t>(places.columns())), isLost(ranges.size(), false)
@@ -59,23 +72,27 @@ StreamedEnvelope::StreamedEnvelope(const DataArrayInfo& info, const DataArrayStr
 
 // What is summed up
 
-void StreamedEnvelope::extend(const DataArrayStreamed& array)
+bool StreamedEnvelope::extend(const DataArrayStreamed& array)
 {
     const auto [held, extent] = StreamedArrayAccess::holdWithEnvelope(array);
-    extendFrom(held, extent.generation, StreamedArrayAccess::state(array).envelope);
+    return extendFrom(held, extent.generation, StreamedArrayAccess::state(array).envelope);
 }
 
-void StreamedEnvelope::extendFrom(const StreamedArrayAccess::HeldBlock& held, quint64 generation,
+bool StreamedEnvelope::extendFrom(const StreamedArrayAccess::HeldBlock& held, quint64 generation,
                                   ArrayEnvelope& envelope)
 {
     const std::span<const DataTypeBase> samples(held.block.samples(), static_cast<std::size_t>(held.loaded));
     for (ArrayEnvelope::Extent extent = envelope.extent(); extent.generation == generation;) {
         const qint64 at = extent.size - held.first;
         if (at < 0 || at >= held.loaded)
-            return;
-        extent = envelope.append(generation, extent.size,
-                                 part(samples, at, std::min(at + stepSamples, held.loaded)));
+            return true;
+        const ArrayEnvelope::Appended appended = envelope.append(
+            generation, extent.size, part(samples, at, std::min(at + stepSamples, held.loaded)));
+        if (appended.isRefused)
+            return false;
+        extent = appended.extent;
     }
+    return true;
 }
 
 bool StreamedEnvelope::isReady() const
@@ -88,22 +105,32 @@ bool StreamedEnvelope::isReady() const
 
 QString StreamedEnvelope::build(CacheManagerAccess::Caller caller, qint64 last)
 {
-    std::vector<DataTypeBase> chunk;
+    SampleRoom room;
     for (;;) {
         m_envelope.setKind(m_kind);
-        extend(m_array);
+        const bool isExtended = extend(m_array);
         const ArrayEnvelope::Extent extent = m_envelope.extent();
         // Who adds meanwhile could not be caught up with.
         const qint64 left = std::min(last, StreamedArrayAccess::realSize(m_array)) - extent.size;
         if (left <= 0)
             return QString();
-        chunk.resize(static_cast<std::size_t>(std::min(left, chunkSamples)));
+        if (!isExtended)
+            return refusal();
+        const std::span<DataTypeBase> chunk = room.take(std::min(left, chunkSamples));
         const FileRead read = copyAbsent(extent.size, chunk, caller);
         if (!read.error.isEmpty())
             return read.error;
-        m_envelope.append(extent.generation, extent.size,
-                          std::span(chunk).first(static_cast<std::size_t>(read.count)));
+        if (m_envelope
+                .append(extent.generation, extent.size, chunk.first(static_cast<std::size_t>(read.count)))
+                .isRefused)
+            return refusal();
     }
+}
+
+/// The error for memory that was refused; none when what is not summed up is in memory.
+QString StreamedEnvelope::refusal() const
+{
+    return isReady() ? QString() : QStringLiteral("There is no memory for the envelope");
 }
 
 // Questions
@@ -149,9 +176,10 @@ bool StreamedEnvelope::takeBlocks(Draft& draft, quint64 generation) const
 /// Adds the samples that no block has brought.
 void StreamedEnvelope::lookAtSamples(Draft& draft)
 {
+    SampleRoom room;
     for (const auto& [first, last] : draft.needed) {
         for (qint64 at = first; at < last;) {
-            const Piece piece = fetch(at, last);
+            const Piece piece = fetch(at, last, room);
             const auto count = static_cast<qint64>(piece.samples.size());
             const qint64 begin = at;
             const qint64 end = count > 0 ? at + count : nextInMemory(at, last);
@@ -168,8 +196,8 @@ void StreamedEnvelope::lookAtSamples(Draft& draft)
     }
 }
 
-/// The samples from `first` on, at most to `last` - 1; none when they cannot be had.
-StreamedEnvelope::Piece StreamedEnvelope::fetch(qint64 first, qint64 last)
+/// The samples from `first` on, at most to `last` - 1; none when they cannot be had. `room` is for a copy.
+StreamedEnvelope::Piece StreamedEnvelope::fetch(qint64 first, qint64 last, SampleRoom& room)
 {
     Piece piece;
     for (;;) {
@@ -181,11 +209,10 @@ StreamedEnvelope::Piece StreamedEnvelope::fetch(qint64 first, qint64 last)
             piece.block.emplace(std::move(held.block));
             return piece;
         }
-        piece.copy.resize(static_cast<std::size_t>(std::min(last - first, chunkSamples)));
-        const FileRead read = copyAbsent(first, piece.copy, CacheManagerAccess::Caller::Reader);
+        const std::span<DataTypeBase> copy = room.take(std::min(last - first, chunkSamples));
+        const FileRead read = copyAbsent(first, copy, CacheManagerAccess::Caller::Reader);
         if (read.count > 0 || !read.error.isEmpty()) {
-            piece.samples =
-                std::span<const DataTypeBase>(piece.copy).first(static_cast<std::size_t>(read.count));
+            piece.samples = copy.first(static_cast<std::size_t>(read.count));
             return piece;
         }
     }

@@ -4,11 +4,28 @@
 #include <datastorage/arrays/Envelope.h>
 #include <datastorage/cache/CacheManagerAccess_p.h>
 
+#include <array>
+#include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
 namespace vx::datastorage {
+
+/// Room for samples that are read from a file: for as many as are wanted or, when the memory is refused,
+/// for a few, of which there is always room.
+class SampleRoom
+{
+public:
+    /// Room for at most `wanted` samples, at least one; what was in it before is gone.
+    std::span<DataTypeBase> take(qint64 wanted) noexcept;
+
+private:
+    std::array<DataTypeBase, 1024> m_few;
+    std::unique_ptr<DataTypeBase[]> m_many;
+    std::size_t m_size = 0; ///< of m_many
+};
 
 /// Answers DataArrayInfo::envelope() for a streamed array: the inner part of wide columns comes from the
 /// array's envelope, everything else from the samples, which are looked at where they are: in memory or,
@@ -20,6 +37,7 @@ class StreamedEnvelope
 public:
     StreamedEnvelope(const DataArrayInfo& info, const DataArrayStreamed& array);
 
+    /// Needs memory for the columns alone, and throws when that is refused.
     std::vector<EnvelopeColumn> columns(qint64 first, qint64 last, int columns);
     /// Whether all samples are summed up but for some in memory.
     bool isReady() const;
@@ -27,8 +45,8 @@ public:
     /// of 1 MiB. Returns why that is not possible, if it is not.
     QString build(CacheManagerAccess::Caller caller, qint64 last);
 
-    /// Sums up what is in memory and not yet summed up.
-    static void extend(const DataArrayStreamed& array);
+    /// Sums up what is in memory and not yet summed up. Returns false when there was no memory for all of it.
+    static bool extend(const DataArrayStreamed& array);
 
 private:
     using Range = std::pair<qint64, qint64>;
@@ -53,15 +71,15 @@ private:
     struct Piece
     {
         std::optional<SampleBlockUser> block;
-        std::vector<DataTypeBase> copy;
         std::span<const DataTypeBase> samples;
     };
 
-    static void extendFrom(const StreamedArrayAccess::HeldBlock& held, quint64 generation,
+    static bool extendFrom(const StreamedArrayAccess::HeldBlock& held, quint64 generation,
                            ArrayEnvelope& envelope);
+    QString refusal() const;
     bool takeBlocks(Draft& draft, quint64 generation) const;
     void lookAtSamples(Draft& draft);
-    Piece fetch(qint64 first, qint64 last);
+    Piece fetch(qint64 first, qint64 last, SampleRoom& room);
     FileRead copyAbsent(qint64 first, std::span<DataTypeBase> out, CacheManagerAccess::Caller caller);
     qint64 nextInMemory(qint64 first, qint64 last) const;
     std::vector<EnvelopeColumn> result(const Draft& draft) const;

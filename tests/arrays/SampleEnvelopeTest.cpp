@@ -1,6 +1,7 @@
 #include <datastorage/arrays/SampleEnvelope_p.h>
 
 #include <support/Random.h>
+#include <support/RefusedNew.h>
 
 #include <cmath>
 #include <cstdint>
@@ -162,6 +163,43 @@ TEST_P(SampleEnvelopeOf, SamplesOfTheSameValueHasThatValue)
             isSame(envelopeColumn(envelope.range(0, 1000), kind, 0, 1000), columnOf(samples, kind, 0, 1000)))
             << bits;
     }
+}
+
+TEST_P(SampleEnvelopeOf, SamplesWithoutMemoryEndsBeforeThoseThatAreRefused)
+{
+    if (!RefusedNew::isPossible())
+        GTEST_SKIP() << "the sanitizer has the memory";
+    const SampleKind kind = GetParam();
+    constexpr qint64 count = 16 * 16 * ENVELOPE_LEAF + 700;
+    const std::vector<DataTypeBase> samples = oddSamples(count, 5);
+    const auto isWhatItsSamplesSay = [&](const SampleEnvelope& envelope) {
+        for (qint64 first = 0; first <= envelope.size(); first += 85 * ENVELOPE_LEAF) {
+            const qint64 last = envelope.size();
+            if (!isSame(envelopeColumn(envelope.range(first, last), kind, first, last - first),
+                        columnOf(samples, kind, first, last)))
+                return false;
+        }
+        return true;
+    };
+    int number = 0;
+    for (bool isRefused = true; isRefused;) {
+        SCOPED_TRACE(++number);
+        SampleEnvelope envelope(kind);
+        envelope.append(std::span(samples).first(10));
+        {
+            const RefusedNew refused = RefusedNew::nth(number);
+            const bool isWhole = envelope.append(std::span(samples).subspan(10));
+            isRefused = refused.count() > 0;
+            EXPECT_EQ(isWhole, !isRefused);
+        }
+        EXPECT_EQ(envelope.size() == count, !isRefused);
+        EXPECT_TRUE(isWhatItsSamplesSay(envelope));
+        const auto rest = std::span(samples).subspan(static_cast<std::size_t>(envelope.size()));
+        EXPECT_TRUE(envelope.append(rest)) << "there is memory again";
+        ASSERT_EQ(envelope.size(), count);
+        EXPECT_TRUE(isWhatItsSamplesSay(envelope));
+    }
+    EXPECT_GT(number, 30) << "three columns of leaves and two levels grow";
 }
 
 TEST(SampleEnvelope, TakesAtMostFourHundredthsOfTheSamples)

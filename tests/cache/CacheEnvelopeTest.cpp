@@ -4,6 +4,7 @@
 
 #include <support/CacheFixture.h>
 #include <support/Random.h>
+#include <support/RefusedNew.h>
 
 #include <QtCore/QDeadlineTimer>
 
@@ -548,4 +549,181 @@ TEST_F(CacheEnvelope, IsAskedForByManyThreadsWhileTheArrayIsLoadedAndMoved)
         reader.join();
     EXPECT_EQ(wrong, 0);
     EXPECT_TRUE(errors().isEmpty());
+}
+
+// ---- no memory
+
+namespace {
+
+/// Blocks from here on are refused: those of an envelope of more than LONG / 4 samples, and room for
+/// samples that are read. The columns of the questions are smaller.
+constexpr std::size_t REFUSED_BYTES = 8192;
+
+const char* const NO_MEMORY = "There is no memory for the envelope";
+
+class CacheEnvelopeWithoutMemory : public CacheEnvelope
+{
+protected:
+    void SetUp() override
+    {
+        if (!RefusedNew::isPossible())
+            GTEST_SKIP() << "the sanitizer has the memory";
+        CacheEnvelope::SetUp();
+    }
+
+    void TearDown() override
+    {
+        if (RefusedNew::isPossible())
+            CacheEnvelope::TearDown();
+    }
+
+    /// Whether the columns of the whole array and of parts of it are what `bits` say.
+    static void expectEnvelope(const Array& array, const Bits& bits)
+    {
+        const auto size = static_cast<qint64>(bits.size());
+        EXPECT_TRUE(isEnvelope(array, bits, 0, size, 100));
+        EXPECT_TRUE(isEnvelope(array, bits, 1, size - 1, 100));
+        EXPECT_TRUE(isEnvelope(array, bits, size / 2, size, 7));
+        EXPECT_TRUE(isEnvelope(array, bits, size / 3, size / 3 + 20'000, 100));
+    }
+
+    /// Whether an envelope that was not finished for want of memory is, once there is some.
+    void expectRepaired(Array& array, const Bits& bits)
+    {
+        const QFuture<EnvelopeResult> future = cache().prepareEnvelope(&array);
+        ASSERT_TRUE(waitFor([&] { return future.isFinished(); }));
+        EXPECT_EQ(future.result().error, QString());
+        EXPECT_TRUE(array.isEnvelopeReady());
+        EXPECT_TRUE(isEnvelope(array, bits));
+        EXPECT_TRUE(errors().isEmpty());
+        EXPECT_FALSE(array.isInError());
+    }
+};
+
+} // namespace
+
+TEST_F(CacheEnvelopeWithoutMemory, OfAnArrayThatIsWrittenAndEvictedIsMadeFromItsSamples)
+{
+    const Bits bits = someBits(LONG, 30);
+    Array& other = store("other", {1});
+    Array& array = make("U");
+    array.startAddingData();
+    addBits(array, bits);
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        array.endAddingData(KEY);
+        cache().awaitTaskFinished(&array);
+        EXPECT_GT(refused.count(), 0) << "the task sums up what it has written";
+        expectEnvelope(array, bits);
+        cache().setCacheSizeInBytes(1);
+        push(other); // the newest stays
+        updateCache();
+        ASSERT_FALSE(isInMemory(array));
+        EXPECT_FALSE(array.isEnvelopeReady());
+        expectEnvelope(array, bits);
+        EXPECT_FALSE(isInMemory(array));
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, OfAnArrayThatIsLoadedIsMadeFromItsSamples)
+{
+    const Bits bits = someBits(LONG, 31);
+    Array& array = restored(written("U", bits), "V");
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        load(array);
+        EXPECT_GT(refused.count(), 0) << "the loader sums up what it brings";
+        ASSERT_TRUE(isInMemory(array));
+        EXPECT_TRUE(array.isEnvelopeReady()) << "nothing is needed from the file";
+        expectEnvelope(array, bits);
+        evict(array);
+        expectEnvelope(array, bits);
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, OfAnArrayThatIsRestoredIsMadeFromItsFile)
+{
+    const Bits bits = someBits(LONG, 32);
+    Array& array = restored(written("U", bits), "V");
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        expectEnvelope(array, bits);
+        EXPECT_GT(refused.count(), 0);
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, OfSamplesThatAreAppendedIsMadeFromTheSamples)
+{
+    Bits bits = someBits(LONG, 33);
+    Array& array = written("U", bits);
+    const Bits more = someBits(LONG, 34);
+    bits.insert(bits.end(), more.begin(), more.end());
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        cache().prepareAppendDataArray(&array);
+        addBits(array, more);
+        expectEnvelope(array, bits);
+        cache().appendDataArray(&array, KEY);
+        cache().awaitTaskFinished(&array);
+        EXPECT_FALSE(isInMemory(array)) << "what was appended leaves memory";
+        expectEnvelope(array, bits);
+        EXPECT_GT(refused.count(), 0);
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, CannotBePreparedAndSaysWhy)
+{
+    const Bits bits = someBits(LONG, 35);
+    Array& array = restored(written("U", bits), "V");
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        const QFuture<EnvelopeResult> future = cache().prepareEnvelope(&array);
+        ASSERT_TRUE(waitFor([&] { return future.isFinished(); }));
+        EXPECT_FALSE(future.result().isReady);
+        EXPECT_EQ(future.result().error, NO_MEMORY);
+        EXPECT_FALSE(array.isEnvelopeReady());
+        EXPECT_FALSE(array.isInError()) << "there is nothing wrong with its samples";
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, IsReadyWhenTheSamplesItDoesNotCoverAreInMemory)
+{
+    // Part of the samples is in the file and part in memory, neither of them summed up.
+    Bits bits = someBits(SHORT, 36);
+    Array& array = restored(written("U", bits), "V");
+    cache().prepareAppendDataArray(&array);
+    const Bits more = someBits(LONG, 37);
+    addBits(array, more);
+    bits.insert(bits.end(), more.begin(), more.end());
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        const QFuture<EnvelopeResult> future = cache().prepareEnvelope(&array);
+        ASSERT_TRUE(waitFor([&] { return future.isFinished(); }));
+        EXPECT_TRUE(future.result().isReady) << "what is in memory needs nothing from the file";
+        expectEnvelope(array, bits);
+    }
+    expectRepaired(array, bits);
+}
+
+TEST_F(CacheEnvelopeWithoutMemory, HasNoColumnWhenThereIsNoMemoryForThose)
+{
+    const Bits bits = someBits(LONG, 38);
+    Array& array = written("U", bits);
+    DataArrayInfo plain("P", ParameterVoltage, Float, UsualUnit(UnitVolt));
+    plain.createDataArray();
+    for (int i = 0; i < SHORT; ++i)
+        plain.addSampleFloat(1);
+    {
+        const RefusedNew refused = RefusedNew::from(REFUSED_BYTES);
+        EXPECT_TRUE(array.envelope(0, LONG, 5000).empty());
+        EXPECT_TRUE(plain.envelope(0, SHORT, 5000).empty());
+        EXPECT_GT(refused.count(), 0);
+    }
+    EXPECT_TRUE(isEnvelope(array, bits, 0, LONG, 5000));
+    EXPECT_EQ(plain.envelope(0, SHORT, 5000).size(), 5000U);
 }
