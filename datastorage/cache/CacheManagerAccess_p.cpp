@@ -224,7 +224,7 @@ CacheManagerAccess::FileRead CacheManagerAccess::readFile(const DataArrayInfo& c
         return read;
     if (isWritten && caller == Caller::Reader && (wasRunning || d.tasks.isRunning(info))) {
         const PoolThreadPause pause; // the task may be queued behind this very thread
-        QThread::yieldCurrentThread();
+        d.tasks.awaitIdle(info);
         return {};
     }
     if (d.isWorthAnotherLook(info, first, fileName, generation, caller))

@@ -359,6 +359,37 @@ TEST_F(CacheEnvelope, CountsSamplesThatWaitForALoad)
     EXPECT_TRUE(isEnvelope(array, bits));
 }
 
+TEST_F(CacheEnvelope, IsAskedForOnThePoolThreadBehindWhichTheWriteIsQueued)
+{
+    // The file has the new count already, as while a write goes on, so that only the write task makes it
+    // readable.
+    Bits bits = someBits(SHORT, 39);
+    Array& array = written("U", bits, Int);
+    cache().prepareAppendDataArray(&array);
+    const Bits more = someBits(SHORT, 40);
+    addBits(array, more);
+    StreamedArrayAccess::state(*StreamedArrayAccess::arrayOf(array)).trustedCount = SHORT;
+    ASSERT_TRUE(writeFile(fileOf(array), cacheFileHeader() + countBytes(2 * SHORT) + sampleBytes(bits)));
+    bits.insert(bits.end(), more.begin(), more.end());
+
+    GatedPool gate;
+    Signal isAnswered;
+    bool isRight = false;
+    QThreadPool::globalInstance()->start([&] {
+        isRight = isEnvelope(array, bits, 1, SHORT + 1, 20);
+        isAnswered.give();
+    });
+    cache().appendDataArray(&array, KEY);
+    gate.open();
+    EXPECT_TRUE(isAnswered.take()) << "the reader keeps the pool from what it waits for";
+    QThreadPool::globalInstance()->setMaxThreadCount(2); // and lets go of it
+    gate.drain();
+    EXPECT_TRUE(isRight);
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(bytesOf(array), cacheFileBytes(bits));
+    EXPECT_TRUE(errors().isEmpty());
+}
+
 TEST_F(CacheEnvelope, FollowsTheArrayToAnotherFile)
 {
     const Bits bits = someBits(LONG, 15);
