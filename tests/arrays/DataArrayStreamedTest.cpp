@@ -1,3 +1,4 @@
+#include <datastorage/arrays/DataArrayInfo.h>
 #include <datastorage/arrays/DataArrayStreamed.h>
 
 #include <archive/ArchiveContext.h>
@@ -11,6 +12,7 @@
 #include <QtCore/QJsonObject>
 
 #include <limits>
+#include <memory>
 #include <string>
 #include <type_traits>
 
@@ -136,6 +138,34 @@ TEST(DataArrayStreamed, ClearAfterRemoveFromMemoryForgetsTheFullSize)
     EXPECT_EQ(array.getSize(), 1);
     EXPECT_EQ(array.capacity(), 1024);
     EXPECT_EQ(array.getSampleInt(0), 4);
+}
+
+TEST(DataArrayStreamed, ResizeToFewerSamplesTakesTheOthersOutOfTheEnvelope)
+{
+    struct OpenInfo : DataArrayInfo
+    {
+        OpenInfo() : DataArrayInfo("I", static_cast<PhysicalParameter>(9), Int, UsualUnit()) {}
+        using DataArrayInfo::setDataArray;
+    };
+    constexpr int size = 300000; // enough to be summed up
+    constexpr int kept = 600;
+    const auto array = std::make_shared<OpenStreamedArray>();
+    OpenInfo info;
+    info.setDataArray(array);
+    array->addInts(sequence(size));
+    const std::vector<EnvelopeColumn> whole = info.envelope(0, size, 2);
+    ASSERT_EQ(whole.size(), 2U);
+    EXPECT_EQ(whole[1].maximum, size - 1);
+
+    array->resize(kept);
+    const std::vector<EnvelopeColumn> envelope = info.envelope(0, size, 2);
+    ASSERT_EQ(envelope.size(), 2U);
+    EXPECT_EQ(envelope[1].first, whole[1].first);
+    EXPECT_EQ(envelope[1].count, 0) << "there are no such samples any more";
+    const std::vector<EnvelopeColumn> start = info.envelope(0, kept, 1);
+    ASSERT_EQ(start.size(), 1U);
+    EXPECT_EQ(start[0].count, kept);
+    EXPECT_EQ(start[0].maximum, kept - 1);
 }
 
 TEST(DataArrayStreamed, TheErrorFlagStaysUntilACallerClearsIt)
