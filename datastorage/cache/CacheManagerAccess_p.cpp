@@ -2,7 +2,7 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/arrays/SampleLoader_p.h>
-#include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/CacheFileSamples_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheManager_p.h>
 #include <datastorage/cache/PoolThreadPause_p.h>
@@ -20,7 +20,6 @@ using Wait = StreamedArrayAccess::Wait;
 namespace {
 
 constexpr qint64 bytesPerSample = 4;
-constexpr qint64 countBytes = 8;
 
 std::atomic<CacheManager*> existingManager{nullptr};
 std::atomic<bool> isGone{false};
@@ -250,12 +249,8 @@ qint64 CacheManagerPrivate::readFromFile(DataArrayInfoStreamed* info, qint64 fir
     if (StreamedArrayAccess::state(array).fileIsPartial ||
         !openRegularFile(file, registry.fileOf(info), QIODevice::Unbuffered))
         return 0;
-    const qint64 inFile = (file.size() - CACHE_FILE_HEADER_BYTES - countBytes) / bytesPerSample;
-    const qint64 count = std::clamp<qint64>(inFile - first, 0, static_cast<qint64>(out.size()));
-    if (count == 0 || !file.seek(CACHE_FILE_HEADER_BYTES + countBytes + first * bytesPerSample))
-        return 0;
-    return std::max<qint64>(file.read(reinterpret_cast<char*>(out.data()), count * bytesPerSample), 0) /
-           bytesPerSample;
+    // Not by its count, which is ahead of the samples while an append writes.
+    return readSamplesAt(file, samplesByLength(file), first, out);
 }
 
 bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)

@@ -2,6 +2,7 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/CacheFileSamples_p.h>
 #include <datastorage/cache/CacheLog_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheReadManager.h>
@@ -9,7 +10,6 @@
 #include <datastorage/cache/CacheTaskRead.h>
 #include <datastorage/cache/CacheTaskWrite.h>
 #include <datastorage/cache/PoolThreadPause_p.h>
-#include <datastorage/cache/RegularFile_p.h>
 
 #include <tools/TaskHandOff_p.h>
 
@@ -18,9 +18,7 @@
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
-#include <QtCore/QtEndian>
 
-#include <algorithm>
 #include <utility>
 
 namespace vx::datastorage {
@@ -359,9 +357,7 @@ void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
 
 bool CacheManagerPrivate::reportShortFile(DataArrayInfoStreamed* info, quint64 content)
 {
-    const QString error =
-        QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + registry.fileOf(info);
-    return reportReadError(info, error, content);
+    return reportReadError(info, cacheFileReadError(registry.fileOf(info)), content);
 }
 
 bool CacheManagerPrivate::reportReadError(DataArrayInfoStreamed* info, const QString& error, quint64 content)
@@ -397,22 +393,16 @@ bool CacheManagerPrivate::isLost(DataArrayInfoStreamed* info, qint64 index, cons
 CacheManagerAccess::FileRead CacheManagerPrivate::readSamples(const QString& fileName, qint64 first,
                                                               std::span<DataTypeBase> out)
 {
-    constexpr auto bytesPerSample = static_cast<qint64>(sizeof(DataTypeBase));
     QFile file;
     CacheManagerAccess::FileRead read{0, CACHE_FILE_SAMPLES_OFFSET, CacheTaskRead::open(file, fileName)};
     if (!read.error.isEmpty())
         return read;
-    qint64 stored = 0;
-    if (file.read(reinterpret_cast<char*>(&stored), sizeof stored) == sizeof stored) {
-        const qint64 left = qFromLittleEndian(stored) - first;
-        const qint64 bytes = std::clamp<qint64>(left, 0, static_cast<qint64>(out.size())) * bytesPerSample;
-        if (bytes > 0 && file.seek(CACHE_FILE_SAMPLES_OFFSET + first * bytesPerSample))
-            read.count =
-                std::max<qint64>(file.read(reinterpret_cast<char*>(out.data()), bytes), 0) / bytesPerSample;
-    }
-    read.bytes += static_cast<qint64>(sizeof stored) + read.count * bytesPerSample;
+    // The count was compared with the length when the file was opened.
+    read.count = readSamplesAt(file, readSampleCount(file).value_or(0), first, out);
+    read.bytes +=
+        static_cast<qint64>(sizeof(qint64)) + read.count * static_cast<qint64>(sizeof(DataTypeBase));
     if (read.count == 0)
-        read.error = QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
+        read.error = cacheFileReadError(fileName);
     return read;
 }
 

@@ -2,32 +2,26 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/CacheFileSamples_p.h>
 #include <datastorage/cache/RegularFile_p.h>
 
 #include <tools/TaskHandOff_p.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QtEndian>
 
 namespace vx::datastorage {
 
 namespace {
 
-constexpr qint64 countBytes = 8;
-constexpr qint64 bytesPerSample = 4;
-
 /// Whether the file, which stands at its body, holds as many samples as the body's count says. The
 /// file is not trusted: a count from it must not decide how much memory is taken.
 bool canDeliver(QFile& file)
 {
-    const qint64 body = file.pos();
-    qint64 stored = 0;
     // Read and put back: peek() would go through memory of the device.
-    if (file.read(reinterpret_cast<char*>(&stored), countBytes) != countBytes || !file.seek(body))
-        return false;
-    const qint64 count = qFromLittleEndian(stored);
-    return count >= 0 && count <= (file.size() - body - countBytes) / bytesPerSample;
+    const qint64 body = file.pos();
+    const std::optional<qint64> count = readSampleCount(file);
+    return count && file.seek(body) && *count >= 0 && *count <= samplesByLength(file);
 }
 
 /// Whether what the file of `info` holds does not count, because it should have been deleted or was not
@@ -51,11 +45,6 @@ QString openError(const QString& fileName)
         file.open(QIODevice::ReadOnly);
     return QLatin1String("CacheTaskRead::run ERROR !\n Cannot read ") + fileName +
            QLatin1String("\nerror : ") + file.errorString();
-}
-
-QString readError(const QString& fileName)
-{
-    return QLatin1String("CacheTaskRead::run ERROR !\nError while reading data from ") + fileName;
 }
 
 } // namespace
@@ -92,7 +81,7 @@ QString CacheTaskRead::open(QFile& file, const QString& fileName)
     if (readCacheFileVersion(file).value_or(0) < CACHE_FILE_VERSION)
         return QLatin1String("CacheTaskRead::run ERROR !\nCache file ") + fileName +
                QLatin1String(" has bad version number\n");
-    return canDeliver(file) ? QString() : readError(fileName);
+    return canDeliver(file) ? QString() : cacheFileReadError(fileName);
 }
 
 /// Loads the array; returns the text of what went wrong, empty when nothing did.
@@ -101,7 +90,7 @@ QString CacheTaskRead::load(const QString& fileName, DataArrayInfoStreamed* info
     QFile file;
     QString error = open(file, fileName);
     if (error.isEmpty() && (isVoid(info) || !info->readFromDiskStream(file)))
-        return readError(fileName);
+        return cacheFileReadError(fileName);
     return error;
 }
 
