@@ -41,10 +41,26 @@ FAULTS = [
     (r"^(    +[\w.>-]+) = [^;{}]+;$", r"\1 = {};"),
 ]
 
+# Of faults that leave the program as it is, those that can be told from the line:
+NOTHING = r"(std::nullopt|nullptr|false|\b0|\w+Unknown|OperatorNone);$"  # that is what "{};" stands for
+CAPACITY = r"^ *\w+\.reserve\(.*|std::max\(needed, .*|^ *;$"  # how much memory is taken before it is needed
+# Faults that the compiler refuses: "!" in front of one side of a comparison.
+REFUSED = r"if \(![^&|]* ([=!]=|[<>]=?) "
+
 
 def is_code(line):
     text = line.strip()
     return text and not text.startswith(("//", "#", "///", "static_assert", "using ", "namespace", "template"))
+
+
+def meaning(code):
+    return re.sub(CAPACITY, "", re.sub(NOTHING, "{};", code))
+
+
+def is_fault(code, changed):
+    if re.search(REFUSED, changed) and not re.search(REFUSED, code):
+        return False
+    return meaning(code) != meaning(changed)
 
 
 def faults_of(path, lines):
@@ -63,7 +79,7 @@ def faults_of(path, lines):
         for pattern, replacement in FAULTS:
             for match in re.finditer(pattern, code):
                 changed = code[:match.start()] + re.sub(pattern, replacement, match[0], count=1) + code[match.end():]
-                if re.search(pattern, match[0]) and changed != code:
+                if re.search(pattern, match[0]) and is_fault(code, changed):
                     found.append((path, number, code, changed))
     return found
 
