@@ -15,12 +15,6 @@ void CacheRegistry::setDirectory(const QString& directory)
     m_directory = directory;
 }
 
-QString CacheRegistry::directory() const
-{
-    const Locker lock(m_mutex);
-    return m_directory;
-}
-
 bool CacheRegistry::insert(State state, const QString& key, DataArrayInfoStreamed* info)
 {
     const QString name = info->getName();

@@ -32,7 +32,6 @@ public:
 
     /// The directory of the files of arrays that are filed from now on; ends in '/'.
     void setDirectory(const QString& directory);
-    QString directory() const;
 
     /// Files `info` under `key`. Returns whether the array was filed nowhere before.
     bool insert(State state, const QString& key, DataArrayInfoStreamed* info);

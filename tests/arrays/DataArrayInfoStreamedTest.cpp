@@ -3,6 +3,7 @@
 #include <archive/ArchiveContext.h>
 
 #include <support/CacheFixture.h>
+#include <support/FaultyDevice.h>
 #include <support/ReaderThread.h>
 #include <support/VirtualSlot.h>
 
@@ -85,6 +86,39 @@ TEST_F(StreamedDescriptor, AnswersNeutrallyBeforeItsArrayIsCreated)
     info.addSampleFloat(1.0F);
     info.clear();
     EXPECT_EQ(info.getSize(), 0);
+}
+
+TEST_F(StreamedDescriptor, HasNoJsonFormBeforeItsArrayIsCreated)
+{
+    DataArrayInfoStreamed info("A", static_cast<PhysicalParameter>(9), Float, UsualUnit());
+    vx::archive::ArchiveContext context;
+    context.dataSourcePath = KEY;
+    QJsonObject object;
+    EXPECT_FALSE(info.write(object, 1, context));
+    EXPECT_FALSE(object.contains("dataArray"));
+    EXPECT_FALSE(info.read(QJsonObject{{"name", "B"}}, 1, context));
+    EXPECT_FALSE(cache().isCached(&info));
+}
+
+TEST_F(StreamedDescriptor, SaysWhenADeviceTakesNoBody)
+{
+    Array& array = make("A");
+    add(array, {1, 2, 3});
+    BytesDevice bytes;
+    FaultyDevice device(bytes);
+    device.failWrite(1);
+    EXPECT_FALSE(array.writeToDiskStream(device));
+    EXPECT_TRUE(array.writeToDiskStream(device));
+}
+
+TEST_F(StreamedDescriptor, CreatingTheArrayAgainWaitsForTheTaskOfTheOldOne)
+{
+    Array& array = make("A");
+    fill(array, {1, 2, 3});
+    array.createDataArray();
+    EXPECT_EQ(bytesOf(array), cacheFileBytes({1, 2, 3}));
+    EXPECT_EQ(array.getSize(), 0);
+    EXPECT_TRUE(errors().isEmpty());
 }
 
 TEST_F(StreamedDescriptor, CreatesAStreamedArray)

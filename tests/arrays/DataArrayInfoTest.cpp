@@ -16,6 +16,8 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numeric>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -263,6 +265,98 @@ TEST_P(DataArrayInfoIntRange, IsWhatTheSamplesSpan)
 
 INSTANTIATE_TEST_SUITE_P(Samples, DataArrayInfoIntRange, ::testing::ValuesIn(INT_RANGES), RowLabel{});
 
+// ---- blocks of samples
+
+struct FloatBlockRow
+{
+    const char* label;
+    std::vector<float> samples;
+};
+
+const FloatBlockRow FLOAT_BLOCKS[] = {
+    {"None", {}},
+    {"One", {2.5F}},
+    {"SmallestIsZero", {0.0F, -0.0F, 1.0F}},
+    {"SmallestIsMinusZero", {-0.0F, 0.0F, 1.0F}},
+    {"LargestIsZero", {-1.0F, 0.0F, -0.0F}},
+    {"LargestIsMinusZero", {-1.0F, -0.0F, 0.0F}},
+    {"OnlyNan", {QUIET_NAN, QUIET_NAN}},
+    {"SeventeenAndSmallestLast", {9, 8, 7, 6, 5, 4, 3, 2, 1, 2, 3, 4, 5, 6, 7, QUIET_NAN, -0.0F}},
+    {"SeventeenAndLargestLast", {-9, -8, -7, QUIET_NAN, -5, -4, -3, -2, -1, -2, -3, -4, -5, -6, -7, -8, 3}},
+};
+
+class DataArrayInfoFloatBlock : public ::testing::TestWithParam<FloatBlockRow>
+{};
+
+TEST_P(DataArrayInfoFloatBlock, IsAddedAsItsSamplesAre)
+{
+    DataArrayInfo block = makeInfo(Float);
+    DataArrayInfo single = makeInfo(Float);
+    DataArrayInfo withoutArray = makeInfo(Float);
+    block.createDataArray();
+    single.createDataArray();
+    block.addSamples(std::span<const float>(GetParam().samples));
+    withoutArray.addSamples(std::span<const float>(GetParam().samples));
+    for (const float sample : GetParam().samples) {
+        single.addSampleFloat(sample);
+    }
+    EXPECT_EQ(bitsOf(block.getMin()), bitsOf(single.getMin()));
+    EXPECT_EQ(bitsOf(block.getMax()), bitsOf(single.getMax()));
+    EXPECT_EQ(bitsOf(withoutArray.getMin()), bitsOf(single.getMin()));
+    EXPECT_EQ(bitsOf(withoutArray.getMax()), bitsOf(single.getMax()));
+    ASSERT_EQ(block.getSize(), single.getSize());
+    for (qint64 i = 0; i < single.getSize(); ++i) {
+        EXPECT_EQ(block.getSampleInt(i), single.getSampleInt(i)) << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, DataArrayInfoFloatBlock, ::testing::ValuesIn(FLOAT_BLOCKS), RowLabel{});
+
+TEST_P(DataArrayInfoIntRange, IsWhatABlockSpans)
+{
+    DataArrayInfo info = makeInfo(Int);
+    info.createDataArray();
+    info.addSamples(std::span<const int>(GetParam().samples));
+    EXPECT_EQ(info.getMin(), GetParam().minimum);
+    EXPECT_EQ(info.getMax(), GetParam().maximum);
+    std::vector<int> stored(GetParam().samples.size());
+    EXPECT_EQ(info.readSamples(0, stored), info.getSize());
+    EXPECT_EQ(stored, GetParam().samples);
+}
+
+TEST(DataArrayInfo, ABlockThatGrowsTheArrayKeepsWhatWasThere)
+{
+    DataArrayInfo info = makeInfo(Int);
+    info.createDataArray();
+    info.addSampleInt(-1);
+    std::vector<int> block(5000);
+    std::iota(block.begin(), block.end(), 0);
+    info.addSamples(std::span<const int>(block));
+    ASSERT_EQ(info.getSize(), 5001);
+    EXPECT_EQ(info.getSampleInt(0), -1);
+    EXPECT_EQ(info.getSampleInt(1), 0);
+    EXPECT_EQ(info.getSampleInt(5000), 4999);
+}
+
+TEST(DataArrayInfo, ReadsARangeClippedToItsSamples)
+{
+    DataArrayInfo info = makeInfo(Float);
+    std::vector<float> out(4, 9.0F);
+    EXPECT_EQ(info.readSamples(0, out), 0) << "there is no array";
+    info.createDataArray();
+    for (int i = 0; i < 10; ++i) {
+        info.addSampleFloat(static_cast<float>(i));
+    }
+    EXPECT_EQ(info.readSamples(-1, out), 0);
+    EXPECT_EQ(info.readSamples(10, out), 0);
+    EXPECT_EQ(info.readSamples(1000000, out), 0);
+    EXPECT_EQ(out, (std::vector{9.0F, 9.0F, 9.0F, 9.0F}));
+    EXPECT_EQ(info.readSamples(3, out), 4);
+    EXPECT_EQ(out, (std::vector{3.0F, 4.0F, 5.0F, 6.0F}));
+    EXPECT_EQ(info.readSamples(8, out), 2);
+    EXPECT_EQ(out, (std::vector{8.0F, 9.0F, 5.0F, 6.0F}));
+}
+
 TEST(DataArrayInfo, StoresANanWithItsBits)
 {
     DataArrayInfo info = makeInfo(Float);
@@ -319,6 +413,21 @@ TEST(DataArrayInfo, AddSampleReachesTheIntAdditionOfEveryOtherDescriptor)
         EXPECT_EQ(info.getSampleInt(0), -12);
         EXPECT_EQ(info.getMin(), -12.0F);
     }
+}
+
+TEST(DataArrayInfo, ABlockReachesTheAdditionsOfASubclass)
+{
+    NotingInfo info("A", static_cast<PhysicalParameter>(9), Float, VOLT);
+    info.createDataArray();
+    const std::vector floats{1.5F, -2.0F};
+    const std::vector ints{7, 8, 9};
+    info.addSamples(std::span<const float>(floats));
+    info.addSamples(std::span<const int>(ints));
+    EXPECT_EQ(info.floats, floats);
+    EXPECT_EQ(info.ints, ints);
+    EXPECT_EQ(info.getSize(), 5);
+    EXPECT_EQ(info.getMin(), -2.0F);
+    EXPECT_EQ(info.getMax(), 9.0F);
 }
 
 TEST(DataArrayInfo, ClearEmptiesAndForgetsTheRange)

@@ -180,6 +180,13 @@ INSTANTIATE_TEST_SUITE_P(Paths, CachePath, ::testing::ValuesIn(PATHS), RowLabel{
 
 // ---- the configuration file
 
+TEST_F(CacheConfiguration, AnEmptyPathIsIgnored)
+{
+    const QString before = cache().getDefaultCachePath();
+    cache().setDefaultCachePath(QString(), true);
+    EXPECT_EQ(cache().getDefaultCachePath(), before);
+}
+
 TEST_F(CacheConfiguration, SetsPathAndBudget)
 {
     QString error = "before";

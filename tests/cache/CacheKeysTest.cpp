@@ -13,6 +13,18 @@ using namespace vx::datastorage;
 
 namespace {
 
+/// A private function of the manager, which an explicit instantiation may name.
+using NameAndPathExist = bool (CacheManager::*)(const QString&, const DataArrayInfoStreamed*) const;
+NameAndPathExist nameAndPathExist();
+
+template <NameAndPathExist Function>
+struct PrivateFunction
+{
+    friend NameAndPathExist nameAndPathExist() { return Function; }
+};
+
+template struct PrivateFunction<&CacheManager::isNameAndPathExist>;
+
 struct NameRow
 {
     const char* label;
@@ -246,4 +258,21 @@ TEST_F(CacheKeys, ANewKeyWaitsForTheTaskOfTheArray)
     EXPECT_TRUE(cache().updateDataCachePath("new", &array));
     EXPECT_EQ(bytesOf(array, "new"), cacheFileBytes({1, 2}));
     EXPECT_FALSE(hasFile(array, "old"));
+}
+
+TEST_F(CacheKeys, ANameIsTakenUnderItsKeyAlone)
+{
+    Array& array = store("U", {1}, "run1");
+    Array& sameName = make("U");
+    Array& otherName = make("u");
+    const auto exists = [](const QString& key, const Array& candidate) {
+        return (cache().*nameAndPathExist())(key, &candidate);
+    };
+    EXPECT_TRUE(exists("run1", array));
+    EXPECT_TRUE(exists("run1", sameName));
+    EXPECT_FALSE(exists("run1", otherName));
+    EXPECT_FALSE(exists("run", sameName));
+    EXPECT_FALSE(exists("RUN1", sameName));
+    cache().startUpdateDataArrayInfoContent(&array);
+    EXPECT_FALSE(exists("run1", sameName)) << "an array that is updated is not cached";
 }

@@ -1,11 +1,16 @@
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/arrays/DataArrayStreamed_p.h>
+#include <datastorage/arrays/SampleBlock_p.h>
+#include <datastorage/arrays/StreamedEnvelope_p.h>
+#include <datastorage/cache/CacheCounters_p.h>
 #include <datastorage/cache/CacheRegistry_p.h>
 #include <datastorage/cache/CacheThread_p.h>
 #include <datastorage/cache/EvictionQueue_p.h>
 #include <datastorage/cache/MemoryMeter_p.h>
 #include <datastorage/cache/TaskTable_p.h>
 
+#include <support/GatedPool.h>
+#include <support/OpenStreamedArray.h>
 #include <support/Printers.h>
 #include <support/Signal.h>
 
@@ -306,6 +311,47 @@ TEST_F(TaskTableOrder, RunsOnlyWhatWasQueuedBefore)
     EXPECT_EQ(runs, 1); // whatever is queued meanwhile waits for the next turn
 }
 
+TEST_F(TaskTableOrder, NobodyWaitsForATaskThatWasForgottenWhileItRan)
+{
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    m_tasks.forgetRunning();
+    EXPECT_EQ(m_tasks.runningCount(), 0);
+    m_tasks.await(m_a.get());
+    EXPECT_TRUE(m_tasks.finish(m_a.get(), note(1))) << "what follows it is queued";
+    m_tasks.runPending();
+    EXPECT_EQ(m_order, std::vector{1});
+}
+
+TEST_F(TaskTableOrder, AStopTakesBackWhatHasNotStarted)
+{
+    GatedPool pool;
+    std::atomic<bool> hasRun{false};
+    QRunnable* task = QRunnable::create([&hasRun] { hasRun = true; });
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    m_tasks.setRunnable(m_a.get(), task);
+    QThreadPool::globalInstance()->start(task);
+    m_tasks.stop();
+    EXPECT_EQ(m_tasks.runningCount(), 0);
+    pool.drain();
+    EXPECT_FALSE(hasRun);
+}
+
+TEST_F(TaskTableOrder, AStopWaitsForWhatRuns)
+{
+    ASSERT_TRUE(m_tasks.begin(m_a.get()));
+    ASSERT_TRUE(m_tasks.begin(m_b.get()));
+    Signal stopping;
+    std::thread worker([&] {
+        ASSERT_TRUE(stopping.take());
+        m_tasks.finish(m_b.get(), note(1));
+        m_tasks.finish(m_a.get(), note(2));
+    });
+    stopping.give();
+    m_tasks.stop();
+    EXPECT_EQ(m_tasks.runningCount(), 0);
+    worker.join();
+}
+
 TEST_F(TaskTableOrder, WhoOnlyWantsSamplesStandsBackWhileTheArrayIsAwaited)
 {
     ASSERT_TRUE(m_tasks.begin(m_a.get()));
@@ -463,4 +509,50 @@ TEST(StreamedBlock, WhoLooksForASampleLearnsThatTheBlockHasLostIt)
     ASSERT_EQ(StreamedArrayAccess::firstIndex(array), 7);
     EXPECT_NE(StreamedArrayAccess::loadGeneration(array), before);
     EXPECT_EQ(info->getSampleFloat(9), 9.0F);
+}
+
+TEST(StreamedBlock, AnArrayThatIsCutShortStartsItsEnvelopeOver)
+{
+    OpenStreamedArray array;
+    array.addInts(sequence(1000));
+    StreamedEnvelope::extend(array);
+    const ArrayEnvelope& envelope = StreamedArrayAccess::state(array).envelope;
+    ASSERT_EQ(envelope.extent().size, 1000);
+    array.resize(2000);
+    EXPECT_EQ(envelope.extent().size, 1000);
+    array.resize(100);
+    EXPECT_EQ(envelope.extent().size, 0);
+}
+
+// ---- blocks of samples
+
+TEST(SampleBlock, OfASizeThatNoArrayCanHaveIsRefused)
+{
+    constexpr qint64 tooMany = SampleBlock::maximumSamples + 1;
+    EXPECT_EQ(SampleBlock::allocate(-1), nullptr);
+    EXPECT_EQ(SampleBlock::allocate(tooMany), nullptr);
+    DataTypeBase* block = SampleBlock::allocate(1);
+    ASSERT_NE(block, nullptr);
+    block->intValue = 7;
+    EXPECT_EQ(SampleBlock::resize(block, 1, -1), nullptr);
+    EXPECT_EQ(SampleBlock::resize(block, 1, tooMany), nullptr);
+    EXPECT_EQ(block->intValue, 7) << "the block stays";
+    SampleBlock::release(block);
+}
+
+// ---- figures
+
+TEST(CacheCounters, HaveNoLoadTimesBeforeTheFirstLoad)
+{
+    CacheCounters counters;
+    CacheStatistics statistics;
+    counters.report(statistics);
+    EXPECT_EQ(statistics.loads, 0U);
+    EXPECT_EQ(statistics.loadMedianMilliseconds, 0.0);
+    EXPECT_EQ(statistics.load99Milliseconds, 0.0);
+    counters.countLoad(1'000'000);
+    counters.report(statistics);
+    EXPECT_EQ(statistics.loads, 1U);
+    EXPECT_GE(statistics.loadMedianMilliseconds, 1.0);
+    EXPECT_LE(statistics.loadMedianMilliseconds, 2.2);
 }

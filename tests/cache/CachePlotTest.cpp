@@ -1,6 +1,9 @@
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/cache/CacheManager.h>
 
+#include <support/FaultyDevice.h>
+#include <support/OpenStreamedArray.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
@@ -185,6 +188,23 @@ TEST_F(CachePlot, StatisticsCountWhatHappened)
     cache().readDataArrayFromDisk(&a);
     cache().awaitTaskFinished(&a);
     EXPECT_EQ(cache().statistics().errors, after.errors + 1);
+}
+
+TEST_F(CachePlot, StatisticsTellWhatIsBeingLoaded)
+{
+    DataArrayInfoStreamed& info = store();
+    info.removeFromMemory();
+    BytesDevice bytes(bodyBytes(sequence(count)));
+    FaultyDevice device(bytes);
+    std::vector<CacheStatistics> during;
+    device.onRead([&](int) { during.push_back(cache().statistics()); });
+    ASSERT_TRUE(info.readFromDiskStream(device));
+    ASSERT_GE(during.size(), 2U);
+    EXPECT_EQ(during[0].inFlightBytes, 0) << "the count is not read yet";
+    EXPECT_EQ(during[1].inFlightBytes, 4 * count);
+    EXPECT_EQ(during[1].sampleBytes, 0);
+    EXPECT_EQ(cache().statistics().inFlightBytes, 0);
+    EXPECT_EQ(cache().statistics().sampleBytes, 4 * count);
 }
 
 TEST_F(CachePlot, ABackgroundLoadFinishesOnTheEventLoop)

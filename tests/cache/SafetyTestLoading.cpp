@@ -4,6 +4,7 @@
 #include <support/FaultyDevice.h>
 #include <support/ReaderThread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -224,6 +225,26 @@ TEST_F(LoadingSafety, RecountingDuringALoadLeavesAnExactCount)
 }
 
 // ---- errors
+
+TEST_F(LoadingSafety, ATaskOnTheOnlyThreadOfThePoolMayAskForASample)
+{
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    QThreadPool& pool = *QThreadPool::globalInstance();
+    const int previousCount = pool.maxThreadCount();
+    pool.setMaxThreadCount(1); // the load is queued behind the task that waits for it
+    Signal isRead;
+    std::atomic<std::int32_t> bits = 0;
+    pool.start([&] {
+        bits = bitsOf(array.getSample(1));
+        isRead.give();
+    });
+    EXPECT_TRUE(isRead.take());
+    pool.setMaxThreadCount(std::max(previousCount, 2));
+    EXPECT_TRUE(pool.waitForDone(TEST_PATIENCE_MILLISECONDS));
+    pool.setMaxThreadCount(previousCount);
+    EXPECT_EQ(bits, 2);
+}
 
 TEST_F(LoadingSafety, AnErrorClearedWithNothingLoadedReadsAsNan)
 {

@@ -499,6 +499,19 @@ TEST_F(DerivedManager, EndsTheReadingWithItsOwnError)
     EXPECT_EQ(m_application.getConfigDataArrayList().size(), 1);
 }
 
+TEST_F(DataConfiguration, EndsWhereNoArrayIsMade)
+{
+    struct MakesNothing : ConfigDataArrayManager
+    {
+        ConfigDataArray* createConfigDataArray() override { return nullptr; }
+    };
+    MakesNothing application;
+    QString error = "before";
+    EXPECT_FALSE(application.readDataConfiguration(write(oneVariable(variable("U"))), VERSION, error));
+    EXPECT_EQ(error, "before");
+    EXPECT_TRUE(application.getConfigDataArrayList().isEmpty());
+}
+
 TEST_F(DerivedManager, CreatesNothingForARefusedVariable)
 {
     QString error;

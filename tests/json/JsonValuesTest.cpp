@@ -1,5 +1,8 @@
 #include <json/JsonUtils.h>
 
+#if defined(__linux__)
+#include <support/Faults.h>
+#endif
 #include <support/Printers.h>
 
 #include <QtCore/QByteArray>
@@ -178,6 +181,17 @@ TEST(JsonBytes, AHugeCountWithoutMembersCostsItsMemoryOnly)
     EXPECT_EQ(bytes.count('\0'), count - 1);
     EXPECT_EQ(bytes.back(), 5);
 }
+
+#if defined(__linux__) && CAN_LIMIT_MEMORY
+
+TEST(JsonBytes, ACountBeyondTheMemoryGivesNoBytes)
+{
+    const QJsonObject object{{"count", 200'000'000}, {"0", 5}};
+    const LittleMemory little(rlim_t{48} * 1024 * 1024);
+    EXPECT_TRUE(JsonUtils::qbyteArrayFromJsonObject(object).isEmpty());
+}
+
+#endif
 
 TEST(JsonRect, WritesItsFourMembers)
 {

@@ -77,3 +77,35 @@ inline int permissionsOf(const QString& path)
     }
     return static_cast<int>(status.st_mode & 0777U);
 }
+
+// The sanitizers take far more memory than the program does.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define CAN_LIMIT_MEMORY 1
+#else
+#define CAN_LIMIT_MEMORY 0
+#endif
+
+/// While it lives, the process gets no more than some more bytes of memory.
+class LittleMemory
+{
+public:
+    explicit LittleMemory(rlim_t more)
+    {
+        ::getrlimit(RLIMIT_AS, &m_previous);
+        QFile figures(QStringLiteral("/proc/self/statm"));
+        const bool isOpen = figures.open(QIODevice::ReadOnly);
+        const QByteArray pages = isOpen ? figures.readAll().split(' ').first() : QByteArray();
+        rlimit limit = m_previous;
+        limit.rlim_cur =
+            static_cast<rlim_t>(pages.toULongLong()) * static_cast<rlim_t>(::getpagesize()) + more;
+        ::setrlimit(RLIMIT_AS, &limit);
+    }
+
+    ~LittleMemory() { ::setrlimit(RLIMIT_AS, &m_previous); }
+
+    LittleMemory(const LittleMemory&) = delete;
+    LittleMemory& operator=(const LittleMemory&) = delete;
+
+private:
+    rlimit m_previous{};
+};
