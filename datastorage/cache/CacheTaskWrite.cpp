@@ -111,9 +111,15 @@ void CacheTaskWrite::writeWhole()
                                              m_fileName);
         return;
     }
+    DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*m_info);
+    if (array && StreamedArrayAccess::firstIndex(*array) > 0) {
+        // The file has gone with the samples before the block. Should it come back, it is continued.
+        file.remove();
+        failToWrite(file);
+        return;
+    }
     m_isWhole = true;
     file.setPermissions(cacheFilePermissions);
-    DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*m_info);
     const qint64 bytes = array ? 4 * StreamedArrayAccess::loadedSize(*array) : 0;
     if (bytes >= reserveFromBytes)
         platform::reserveFileSpace(file.handle(), 0, bytes);
