@@ -97,8 +97,8 @@ bool StreamedEnvelope::extendFrom(const StreamedArrayAccess::HeldBlock& held, qu
 
 bool StreamedEnvelope::isReady() const
 {
+    const qint64 end = StreamedArrayAccess::realSize(m_array); // first: samples are added meanwhile
     const StreamedArrayAccess::HeldBlock held = StreamedArrayAccess::hold(m_array);
-    const qint64 end = StreamedArrayAccess::realSize(m_array);
     const qint64 size = m_envelope.extentAs(m_kind).size;
     return size >= end || (held.first <= size && held.first + held.loaded >= end);
 }

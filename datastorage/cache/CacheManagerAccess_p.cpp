@@ -63,7 +63,7 @@ CacheManagerPrivate::BeforeRead beforeRead(const CacheManagerPrivate& d, DataArr
 {
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     return {StreamedArrayAccess::loadGeneration(array), StreamedArrayAccess::contentGeneration(array),
-            d.registry.fileOf(info)};
+            d.registry.fileOfFiled(info)};
 }
 
 } // namespace
@@ -209,8 +209,8 @@ CacheManagerAccess::FileRead CacheManagerAccess::readFile(const DataArrayInfo& c
     const quint64 content = StreamedArrayAccess::contentGeneration(array);
     if (array.isInError())
         return lost;
-    const QString fileName = d.registry.fileOf(info);
-    if (!d.registry.isKnown(info)) // while its key changes, it is not for a moment
+    const QString fileName = d.registry.fileOfFiled(info);
+    if (fileName.isNull())
         return d.isWorthAnotherLook(info, first, fileName, generation, caller) ? FileRead{} : lost;
     // A write in progress has put the new count in front of samples that are not there yet.
     const bool wasRunning = d.tasks.isRunning(info);
@@ -246,11 +246,14 @@ qint64 CacheManagerPrivate::readFromFile(DataArrayInfoStreamed* info, qint64 fir
 {
     QFile file;
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
-    if (StreamedArrayAccess::state(array).fileIsPartial ||
-        !openRegularFile(file, registry.fileOf(info), QIODevice::Unbuffered))
+    const StreamedArrayState& state = StreamedArrayAccess::state(array);
+    const QString fileName = registry.fileOfFiled(info);
+    const qint64 written = state.samplesOnDisk.load();
+    if (state.fileIsPartial || fileName.isNull() || !openRegularFile(file, fileName, QIODevice::Unbuffered))
         return 0;
-    // Not by its count, which is ahead of the samples while an append writes.
-    return readSamplesAt(file, samplesByLength(file), first, out);
+    // Not by its count, which is ahead of the samples while an append writes. Behind those that were
+    // written anything may stand.
+    return readSamplesAt(file, std::min(samplesByLength(file), written), first, out);
 }
 
 bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)

@@ -423,7 +423,7 @@ bool CacheManagerPrivate::isWorthAnotherLook(DataArrayInfoStreamed* info, qint64
         tasks.awaitIdle(info);
         return true;
     }
-    return registry.fileOf(info) != fileName;
+    return registry.fileOfFiled(info) != fileName;
 }
 
 } // namespace vx::datastorage

@@ -94,7 +94,7 @@ public:
     static CacheManagerAccess::FileRead readSamples(const QString& fileName, qint64 first,
                                                     std::span<DataTypeBase> out);
     /// Whether samples of `info` that `fileName` did not have, when the array's loads were at
-    /// `generation`, may be had now.
+    /// `generation`, may be had now. `fileName` is null when it was not filed then.
     bool isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first, const QString& fileName,
                             quint64 generation, CacheManagerAccess::Caller caller);
 

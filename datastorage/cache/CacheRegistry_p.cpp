@@ -159,6 +159,13 @@ QString CacheRegistry::fileOf(Array info) const
     return entry == m_entries.end() ? composeFile(QString(), name) : entry->file;
 }
 
+QString CacheRegistry::fileOfFiled(Array info) const
+{
+    const Locker lock(m_mutex);
+    const auto entry = m_entries.find(info);
+    return entry == m_entries.end() ? QString() : entry->file;
+}
+
 void CacheRegistry::setFile(Array info, const QString& key, const QString& file)
 {
     const QString name = info->getName();

@@ -55,6 +55,8 @@ public:
     QString fileName(const QString& key, const QString& name) const;
     /// The file of `info`; the one it would get under a null key when it is not filed.
     QString fileOf(Array info) const;
+    /// The file of `info`; a null text when it is not filed, as for a moment while its key changes.
+    QString fileOfFiled(Array info) const;
     /// Makes `file` the file of `info`, which must be known.
     void setFile(Array info, const QString& key, const QString& file);
 

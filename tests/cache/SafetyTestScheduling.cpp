@@ -323,6 +323,62 @@ TEST_F(SchedulingSafety, AnAppendContinuesTheBodyWhateverStandsBehindIt)
     EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3, 4, 5}));
 }
 
+TEST_F(SchedulingSafety, BytesBehindTheBodyAreNoSamplesOfAnOpenAppend)
+{
+    Array& array = store("A", {1, 2, 3});
+    ASSERT_TRUE(writeFile(fileOf(array), bytesOf(array) + sampleBytes({9, 9, 9})));
+    cache().prepareAppendDataArray(&array);
+    add(array, {4, 5});
+    Samples samples(5);
+    EXPECT_EQ(array.readSamples(0, std::span<int>(samples)), 5);
+    EXPECT_EQ(samples, (Samples{1, 2, 3, 4, 5}));
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_F(SchedulingSafety, ANewKeyShowsNoReaderTheFileOfAnArrayWithoutKey)
+{
+    Array& foreign = store("A", {9, 9, 9}, QString());
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    add(array, {4}); // so that the others are read from the file
+    std::atomic<bool> isOver = false;
+    ReaderThread<int> reader([&array, &isOver] {
+        int wrong = 0;
+        while (!isOver) {
+            wrong += array.getSample(0).intValue == 1 ? 0 : 1;
+            wrong += array.envelope(0, 1, 1).at(0).maximum == 1 ? 0 : 1;
+        }
+        return wrong;
+    });
+    constexpr int moves = 10'000;
+    for (int i = 0; i < moves; ++i)
+        array.updateDataCachePath(QString("key %1").arg(i));
+    isOver = true;
+    ASSERT_TRUE(reader.awaitReturned());
+    EXPECT_EQ(reader.result(), 0);
+    EXPECT_EQ(samplesOf(foreign), (Samples{9, 9, 9}));
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_F(SchedulingSafety, AnArrayThatIsFilledHasItsEnvelopeAtEveryMoment)
+{
+    Array& array = store("A", {0});
+    array.startAddingData();
+    std::atomic<bool> isOver = false;
+    ReaderThread<int> reader([&array, &isOver] {
+        int missed = 0;
+        while (!isOver)
+            missed += array.isEnvelopeReady() ? 0 : 1;
+        return missed;
+    });
+    for (int i = 1; i <= 3'000'000; ++i)
+        array.addSampleInt(i);
+    isOver = true;
+    ASSERT_TRUE(reader.awaitReturned());
+    EXPECT_EQ(reader.result(), 0);
+    array.endAddingData(KEY);
+}
+
 TEST_F(SchedulingSafety, WhoSeesTheCountOfAnAddedSampleGetsTheSample)
 {
     constexpr int last = 3'000'000;
