@@ -19,7 +19,7 @@ protected:
     {
         cache().awaitTaskFinished(&m_info);
         processEvents();
-        const QStringList found = errors().mid(m_seen);
+        QStringList found = errors().mid(m_seen);
         m_seen = errors().size();
         return found;
     }
