@@ -45,8 +45,11 @@ void CacheTaskWrite::run()
     nel::tools::acquireTask(this);
     errno = 0; // an old code would be reported with an error of this run
     m_info->setUseBatchMode(m_append);
-    if (updateExisting() == Existing::WriteWhole)
-        writeWhole();
+    const Existing existing = updateExisting();
+    if (existing == Existing::None)
+        writeWhole(QIODevice::WriteOnly | QIODevice::NewOnly); // one that has come meanwhile stays as it is
+    else if (existing == Existing::Replace)
+        writeWhole(QIODevice::WriteOnly);
 }
 
 /// Whether the file, which stands at its header, is to be replaced: another version wrote it, or a
@@ -71,10 +74,10 @@ CacheTaskWrite::Existing CacheTaskWrite::updateExisting()
 {
     QFile file(m_fileName);
     if (!QFile::exists(m_fileName))
-        return Existing::WriteWhole;
+        return Existing::None;
     if (!file.open(QIODevice::ReadWrite)) {
         if (mayReplaceFile())
-            return Existing::WriteWhole;
+            return Existing::Replace;
         Q_EMIT signal_writeError(m_info, QLatin1String("CacheTaskWrite::run ERROR !\nCannot open file ") +
                                              m_fileName);
         return Existing::GiveUp;
@@ -82,7 +85,7 @@ CacheTaskWrite::Existing CacheTaskWrite::updateExisting()
     if (file.size() < 1) {
         file.close();
         if (file.remove())
-            return Existing::WriteWhole;
+            return Existing::Replace;
         Q_EMIT signal_writeError(
             m_info, QLatin1String("CacheTaskWrite::run ERROR !\nCannot delete empty file ") + m_fileName);
         return Existing::GiveUp;
@@ -96,17 +99,17 @@ CacheTaskWrite::Existing CacheTaskWrite::updateExisting()
         if (!file.remove())
             Q_EMIT signal_writeError(
                 m_info, QLatin1String("CacheTaskWrite::run ERROR !\nCannot delete file ") + m_fileName);
-        return Existing::WriteWhole;
+        return Existing::Replace;
     }
     DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*m_info);
     finishWrite(file, array && StreamedArrayAccess::updateFile(*array, file));
     return Existing::Updated;
 }
 
-void CacheTaskWrite::writeWhole()
+void CacheTaskWrite::writeWhole(QIODevice::OpenMode mode)
 {
     QFile file(m_fileName);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!file.open(mode)) {
         Q_EMIT signal_writeError(m_info, QLatin1String("CacheTaskWrite::run ERROR !\nCannot open file ") +
                                              m_fileName);
         return;

@@ -3,6 +3,7 @@
 #include <datastorage/Export.h>
 #include <datastorage/arrays/DataArrayInfoStreamed.h>
 
+#include <QtCore/QIODevice>
 #include <QtCore/QObject>
 #include <QtCore/QRunnable>
 #include <QtCore/QString>
@@ -54,12 +55,13 @@ protected:
 private:
     enum class Existing
     {
+        None,
         Updated,
-        WriteWhole,
+        Replace,
         GiveUp
     };
     Existing updateExisting();
-    void writeWhole();
+    void writeWhole(QIODevice::OpenMode mode);
     bool isOutdated(QFile& file) const;
     bool mayReplaceFile() const;
     void failToWrite(QFile& file);

@@ -154,6 +154,21 @@ TEST_F(FileSafety, AFileThatVanishesIsAnErrorAndTheRestGoesOn)
     EXPECT_EQ(bitsOf(other.getSample(0)), 4);
 }
 
+TEST_F(FileSafety, ALinkThatLeadsNowhereIsNotWrittenThrough)
+{
+    Array& array = store("A", {1, 2});
+    const QString elsewhere = pathOf("elsewhere");
+    ASSERT_TRUE(QFile::remove(fileOf(array)));
+    ASSERT_TRUE(QFile::link(elsewhere, fileOf(array)));
+    add(array, {3});
+    cache().writeDataArrayToDisk(&array);
+    cache().awaitTaskFinished(&array);
+    EXPECT_FALSE(QFile::exists(elsewhere));
+    EXPECT_EQ(errors().size(), 1);
+    array.setReadWriteError(false);
+    EXPECT_EQ(samplesOf(array), (std::vector<std::int32_t>{1, 2, 3}));
+}
+
 // ---- stale files
 
 TEST_F(FileSafety, AFileFromBeforeNeverBecomesTheStartOfANewArray)
