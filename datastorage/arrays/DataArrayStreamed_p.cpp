@@ -94,13 +94,24 @@ quint64 StreamedArrayAccess::contentGeneration(const DataArrayStreamed& array)
     return array.m_state->contentGeneration;
 }
 
-bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
+bool StreamedArrayAccess::holdsWhole(const DataArrayStreamed& array, qint64 beside)
 {
-    const nel::tools::Locker lock(array.m_memoryLock);
     const qint64 size = array.m_realSize.load(); // first: both grow while the array is being filled
     const qint64 loaded = array.m_loadedSize.load();
     const bool isBlockLoaded = array.m_state->filling || loaded == array.m_size;
-    return array.m_firstIndex.load() == 0 && isBlockLoaded && loaded >= size;
+    return array.m_firstIndex.load() == 0 && isBlockLoaded && loaded + beside >= size;
+}
+
+bool StreamedArrayAccess::isWholeInMemory(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return holdsWhole(array, 0);
+}
+
+bool StreamedArrayAccess::isNothingToLoad(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    return array.m_realSize.load() > 0 && holdsWhole(array, sizeOf(array.m_state->late));
 }
 
 bool StreamedArrayAccess::hasUnwrittenSamples(const DataArrayStreamed& array)
@@ -262,6 +273,13 @@ void StreamedArrayAccess::collectLate(DataArrayStreamed& array)
         takeLate(array);
 }
 
+void StreamedArrayAccess::completeBlock(DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    if (isNothingToLoad(array))
+        collectLate(array);
+}
+
 void StreamedArrayAccess::finishFilling(DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
@@ -290,7 +308,7 @@ void StreamedArrayAccess::takeLate(DataArrayStreamed& array)
 /// Whether the block, which starts at index 0, and the samples that wait beside it are not the whole array.
 bool StreamedArrayAccess::isMissingSamples(const DataArrayStreamed& array)
 {
-    const qint64 size = array.m_realSize.load(); // first, as in isWholeInMemory()
+    const qint64 size = array.m_realSize.load(); // first, as in holdsWhole()
     return array.m_loadedSize.load() + sizeOf(array.m_state->late) < size;
 }
 
@@ -439,7 +457,7 @@ StreamedArrayAccess::Wait StreamedArrayAccess::waitForSample(const DataArrayStre
 bool StreamedArrayAccess::updateFile(DataArrayStreamed& array, QFile& file)
 {
     SampleWriter writer(array);
-    const qint64 size = realSize(array); // first, as in isWholeInMemory()
+    const qint64 size = realSize(array); // first, as in holdsWhole()
     const bool holdsEnd = !writer.holdsStart() || loadedSize(array) < size;
     // Appending a block whose first samples the file has already would write those twice.
     const bool repeats = array.m_useBatchMode.load() && array.m_state->samplesOnDisk.load() > 0;

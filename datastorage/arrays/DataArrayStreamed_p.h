@@ -38,6 +38,8 @@ public:
     std::atomic<qint64> lastLoadedSize{0};
     /// Loads after which samples were still missing: the file does not have them.
     std::atomic<quint64> shortLoads{0};
+    /// Times that the cache file has got, or kept, a name for a new key.
+    std::atomic<quint64> moves{0};
     /// What is known of all samples, wherever they are.
     ArrayEnvelope envelope;
 
@@ -140,8 +142,11 @@ public:
         act();
         return true;
     }
-    /// The array's samples, all of them, are in memory.
+    /// The array's samples, all of them, are in its block.
     static bool isWholeInMemory(const DataArrayStreamed& array);
+    /// The array has samples and all of them are in memory, in the block or waiting beside it: a load would
+    /// bring nothing, and there may be no file yet.
+    static bool isNothingToLoad(const DataArrayStreamed& array);
     /// Some samples in memory are not in the cache file.
     static bool hasUnwrittenSamples(const DataArrayStreamed& array);
     static void setSamplesOnDisk(const DataArrayStreamed& array, qint64 count);
@@ -150,6 +155,9 @@ public:
     /// Moves samples that wait beside the block into it, if it can take them. Main thread, with no load under
     /// way.
     static void collectLate(DataArrayStreamed& array);
+    /// As collectLate(), if the block then has the whole array. Where it would have the end alone, a load
+    /// has to come first.
+    static void completeBlock(DataArrayStreamed& array);
     /// The run of additions is over: the memory meter takes over the count.
     static void finishFilling(DataArrayStreamed& array);
     /// The array may lose its block: everything is in the cache file and nobody loads.
@@ -232,6 +240,7 @@ private:
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);
     static bool isMissingSamples(const DataArrayStreamed& array);
+    static bool holdsWhole(const DataArrayStreamed& array, qint64 beside);
     static void replaceSharedBlock(DataArrayStreamed& array);
     static void dropBlock(DataArrayStreamed& array);
     static bool keepLast(DataArrayStreamed& array, qint64 keep);

@@ -117,7 +117,9 @@ bool BackgroundLoads::ask(Request& request)
 
 bool BackgroundLoads::advance(Request& request)
 {
-    const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
+    DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*request.info);
+    if (array)
+        StreamedArrayAccess::completeBlock(*array);
     if (isReady(request) || request.isCanceled() || !request.error.isEmpty())
         return true;
     request.setProgress(asProgress(progressOf(request)));

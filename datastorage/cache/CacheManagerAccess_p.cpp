@@ -57,15 +57,6 @@ Next bring(CacheManagerPrivate& d, DataArrayInfoStreamed* info, qint64 index,
     return mayHaveMissedIt && state.shortLoads.load() == shortLoadsBefore ? Next::Look : Next::ShortFile;
 }
 
-/// What CacheManagerPrivate::isLost() needs to know. The file may be taken out of use after its samples
-/// have come into memory, from where they may be gone again.
-CacheManagerPrivate::BeforeRead beforeRead(const CacheManagerPrivate& d, DataArrayInfoStreamed* info)
-{
-    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
-    return {StreamedArrayAccess::loadGeneration(array), StreamedArrayAccess::contentGeneration(array),
-            d.registry.fileOfFiled(info)};
-}
-
 } // namespace
 
 void CacheManagerAccess::ensureCreated()
@@ -117,7 +108,7 @@ DataTypeBase CacheManagerAccess::fetchSample(const DataArrayInfoStreamed& constI
             StreamedArrayAccess::copyLate(array, index, {&sample, 1}) > 0)
             return sample;
         if (d.isReadFromFile(info, array)) {
-            const CacheManagerPrivate::BeforeRead before = beforeRead(d, info);
+            const CacheManagerPrivate::BeforeRead before = d.beforeRead(info);
             if (d.readFromFile(info, index, {&sample, 1}) > 0 ||
                 StreamedArrayAccess::resident(array, index, sample) || d.isLost(info, index, before))
                 return sample;
@@ -179,7 +170,7 @@ qint64 CacheManagerAccess::readAbsent(const DataArrayInfo& constInfo, qint64 fir
         if (const qint64 copied = StreamedArrayAccess::copyLate(array, first, out))
             return copied;
         if (d.isReadFromFile(info, array)) {
-            const CacheManagerPrivate::BeforeRead before = beforeRead(d, info);
+            const CacheManagerPrivate::BeforeRead before = d.beforeRead(info);
             qint64 copied = d.readFromFile(info, first, out);
             if (copied == 0)
                 copied = StreamedArrayAccess::copyResident(array, first, out);
@@ -205,20 +196,18 @@ CacheManagerAccess::FileRead CacheManagerAccess::readFile(const DataArrayInfo& c
     auto* info = const_cast<DataArrayInfoStreamed*>(streamedInfo); // marked in error, at most
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     CacheManagerPrivate& d = *cache->d;
-    const quint64 generation = StreamedArrayAccess::loadGeneration(array);
-    const quint64 content = StreamedArrayAccess::contentGeneration(array);
+    const CacheManagerPrivate::BeforeRead before = d.beforeRead(info);
     if (array.isInError())
         return lost;
-    const QString fileName = d.registry.fileOfFiled(info);
-    if (fileName.isNull())
-        return d.isWorthAnotherLook(info, first, fileName, generation, caller) ? FileRead{} : lost;
+    if (before.fileName.isNull())
+        return d.isWorthAnotherLook(info, first, before, caller) ? FileRead{} : lost;
     // A write in progress has put the new count in front of samples that are not there yet.
     const bool wasRunning = d.tasks.isRunning(info);
     const qint64 written = StreamedArrayAccess::state(array).samplesOnDisk.load();
     const bool isWritten = first < written;
     if (isWritten)
         out = out.first(static_cast<std::size_t>(std::min(static_cast<qint64>(out.size()), written - first)));
-    FileRead read = isWritten ? CacheManagerPrivate::readSamples(fileName, first, out) : lost;
+    FileRead read = isWritten ? CacheManagerPrivate::readSamples(before.fileName, first, out) : lost;
     if (read.count > 0)
         return read;
     if (isWritten && caller == Caller::Reader && (wasRunning || d.tasks.isRunning(info))) {
@@ -226,9 +215,9 @@ CacheManagerAccess::FileRead CacheManagerAccess::readFile(const DataArrayInfo& c
         d.tasks.awaitIdle(info);
         return {};
     }
-    if (d.isWorthAnotherLook(info, first, fileName, generation, caller))
+    if (d.isWorthAnotherLook(info, first, before, caller))
         return {};
-    if (isWritten && !d.reportReadError(info, read.error, content))
+    if (isWritten && !d.reportReadError(info, read.error, before.content))
         return {};
     return read;
 }
@@ -269,7 +258,9 @@ bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)
 
 Bringing CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 index)
 {
-    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    if (CacheThread::isCurrent())
+        StreamedArrayAccess::completeBlock(array);
     const bool isEmpty = StreamedArrayAccess::realSize(array) == 0;
     const bool isPending = StreamedArrayAccess::state(array).pendingLoads.load() > 0;
     if (!isPending && isEmpty && !registry.isKnown(info))
@@ -294,7 +285,8 @@ Bringing CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 
     }
     // Readers of a small array are released only when it is there, so that the thread that asks for it
     // has nothing to do but wait.
-    if (bytesPerSample * StreamedArrayAccess::realSize(array) < MINIMUM_WAKE_BYTES)
+    if (bytesPerSample * StreamedArrayAccess::realSize(array) < MINIMUM_WAKE_BYTES ||
+        StreamedArrayAccess::isNothingToLoad(array))
         loadHere(info);
     else
         manager.readDataArrayFromDisk(info);

@@ -97,11 +97,13 @@ bool CacheManagerPrivate::refile(DataArrayInfoStreamed* info, const QString& new
     insert(State::Cached, newKey, info);
     closeStream(info);
     const QString newFile = registry.fileOf(info);
-    if (QFile::rename(oldFile, newFile))
-        return true;
-    if (QFile::exists(oldFile))
+    const bool isRenamed = QFile::rename(oldFile, newFile);
+    if (!isRenamed && QFile::exists(oldFile))
         registry.setFile(info, newKey, oldFile);
-    return false;
+    // Last: who has looked for the file under a name that it did not have yet looks again.
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+        StreamedArrayAccess::state(*array).moves.fetch_add(1);
+    return isRenamed;
 }
 
 void CacheManagerPrivate::removeFile(DataArrayInfoStreamed* info, const QString& file)
@@ -194,19 +196,14 @@ void CacheManager::startReadTask(DataArrayInfoStreamed* info)
     d->start(info, task);
 }
 
-/// Whether the array has samples and all of them are in memory.
-bool CacheManagerPrivate::isThere(const DataArrayStreamed& array)
-{
-    return StreamedArrayAccess::realSize(array) > 0 && StreamedArrayAccess::isWholeInMemory(array);
-}
-
 void CacheManagerPrivate::loadHere(DataArrayInfoStreamed* info)
 {
     do
         manager.awaitTaskFinished(info);
     while (!tasks.begin(info)); // another thread was faster
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
-    if (isThere(array)) { // the task that was waited for has brought it; a load could only lose samples
+    // The task that was waited for has brought the array; a load could only lose samples.
+    if (StreamedArrayAccess::isNothingToLoad(array)) {
         finish(info, [] {});
         return;
     }
@@ -317,8 +314,11 @@ void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void
 {
     tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
         completion();
-        if (tasks.isCompleting(info)) // a listener may have destroyed the array
-            writeIfRequested(info, writeRequested);
+        if (!tasks.isCompleting(info)) // a listener has destroyed the array
+            return;
+        if (DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
+            StreamedArrayAccess::completeBlock(*array);
+        writeIfRequested(info, writeRequested);
     });
 }
 
@@ -349,7 +349,7 @@ void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
     }
     // What another thread has brought meanwhile need not be in the file any more, and new samples in the
     // block would stand in the way of a load.
-    if (isThere(*array) || isReadFromFile(info, *array))
+    if (StreamedArrayAccess::isNothingToLoad(*array) || isReadFromFile(info, *array))
         finish(info, [] {});
     else
         manager.startReadTask(info);
@@ -385,8 +385,7 @@ bool CacheManagerPrivate::isLost(DataArrayInfoStreamed* info, qint64 index, cons
         return false;
     if (index >= StreamedArrayAccess::state(array).samplesOnDisk.load() || array.isInError())
         return true;
-    return !isWorthAnotherLook(info, index, before.fileName, before.generation,
-                               CacheManagerAccess::Caller::Reader) &&
+    return !isWorthAnotherLook(info, index, before, CacheManagerAccess::Caller::Reader) &&
            reportShortFile(info, before.content);
 }
 
@@ -406,15 +405,21 @@ CacheManagerAccess::FileRead CacheManagerPrivate::readSamples(const QString& fil
     return read;
 }
 
+CacheManagerPrivate::BeforeRead CacheManagerPrivate::beforeRead(DataArrayInfoStreamed* info) const
+{
+    const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
+    return {StreamedArrayAccess::loadGeneration(array), StreamedArrayAccess::contentGeneration(array),
+            StreamedArrayAccess::state(array).moves.load(), registry.fileOfFiled(info)};
+}
+
 bool CacheManagerPrivate::isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first,
-                                             const QString& fileName, quint64 generation,
-                                             CacheManagerAccess::Caller caller)
+                                             const BeforeRead& before, CacheManagerAccess::Caller caller)
 {
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     DataTypeBase sample;
     if (StreamedArrayAccess::resident(array, first, sample) ||
         StreamedArrayAccess::copyLate(array, first, {&sample, 1}) > 0 ||
-        StreamedArrayAccess::loadGeneration(array) != generation)
+        StreamedArrayAccess::loadGeneration(array) != before.generation)
         return true;
     // The file may be about to be renamed. The main thread does that itself.
     const bool mayBeMoving = caller == CacheManagerAccess::Caller::Reader && !CacheThread::isCurrent();
@@ -423,7 +428,8 @@ bool CacheManagerPrivate::isWorthAnotherLook(DataArrayInfoStreamed* info, qint64
         tasks.awaitIdle(info);
         return true;
     }
-    return registry.fileOfFiled(info) != fileName;
+    return StreamedArrayAccess::state(array).moves.load() != before.moves ||
+           registry.fileOfFiled(info) != before.fileName;
 }
 
 } // namespace vx::datastorage

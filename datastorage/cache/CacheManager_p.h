@@ -77,7 +77,6 @@ public:
     /// Loads `info` on this thread, the main one, and does what a read task does. A hand-over to the thread
     /// pool and back costs more than reading a small file (Residency: three quarters of 10^3 samples).
     void loadHere(DataArrayInfoStreamed* info);
-    static bool isThere(const DataArrayStreamed& array);
     /// Hands a task over to the thread pool; without a pool (at the end of the process) runs it here.
     template <typename Task>
     void start(DataArrayInfoStreamed* info, Task* task);
@@ -93,18 +92,21 @@ public:
     /// Copies samples from `fileName` once its header and its count have been looked at.
     static CacheManagerAccess::FileRead readSamples(const QString& fileName, qint64 first,
                                                     std::span<DataTypeBase> out);
-    /// Whether samples of `info` that `fileName` did not have, when the array's loads were at
-    /// `generation`, may be had now. `fileName` is null when it was not filed then.
-    bool isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first, const QString& fileName,
-                            quint64 generation, CacheManagerAccess::Caller caller);
-
     /// How things stood before the file of an array was read.
     struct BeforeRead
     {
-        quint64 generation;
+        quint64 generation; ///< of its loads
         quint64 content;
-        QString fileName;
+        quint64 moves;
+        QString fileName; ///< null when it is not filed, as for a moment while its key changes
     };
+    /// What isLost() and isWorthAnotherLook() need to know. The file may be taken out of use after its
+    /// samples have come into memory, from where they may be gone again.
+    BeforeRead beforeRead(DataArrayInfoStreamed* info) const;
+    /// Whether samples of `info` that its file did not have may be had now.
+    bool isWorthAnotherLook(DataArrayInfoStreamed* info, qint64 first, const BeforeRead& before,
+                            CacheManagerAccess::Caller caller);
+
     /// Whether the sample at `index` of `info`, which the file did not give, is nowhere else either. A
     /// sample that the file should have is then reported.
     bool isLost(DataArrayInfoStreamed* info, qint64 index, const BeforeRead& before);

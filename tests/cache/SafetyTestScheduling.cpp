@@ -352,7 +352,7 @@ TEST_F(SchedulingSafety, ANewKeyShowsNoReaderTheFileOfAnArrayWithoutKey)
     });
     constexpr int moves = 10'000;
     for (int i = 0; i < moves; ++i)
-        array.updateDataCachePath(QString("key %1").arg(i));
+        array.updateDataCachePath(QString("key %1").arg(i % 2));
     isOver = true;
     ASSERT_TRUE(reader.awaitReturned());
     EXPECT_EQ(reader.result(), 0);
