@@ -38,10 +38,11 @@ qsizetype CacheRegistry::remove(State state, const QString& key, Array info)
     const auto entry = m_entries.find(info);
     if (entry == m_entries.end())
         return 0;
+    Map& entries = map(state);
     const std::size_t removed = std::erase_if(places(state, *entry), [&](Map::iterator place) {
         if (place->first != key)
             return false;
-        map(state).erase(place);
+        entries.erase(place);
         return true;
     });
     const std::size_t left = entry->cached.size() + entry->updating.size();
