@@ -170,7 +170,7 @@ TEST_P(SampleEnvelopeOf, SamplesWithoutMemoryEndsBeforeThoseThatAreRefused)
     if (!RefusedNew::isPossible())
         GTEST_SKIP() << "the sanitizer has the memory";
     const SampleKind kind = GetParam();
-    constexpr qint64 count = 16 * 16 * ENVELOPE_LEAF + 700;
+    constexpr qint64 count = qint64{16} * 16 * ENVELOPE_LEAF + 700;
     const std::vector<DataTypeBase> samples = oddSamples(count, 5);
     const auto isWhatItsSamplesSay = [&](const SampleEnvelope& envelope) {
         for (qint64 first = 0; first <= envelope.size(); first += 85 * ENVELOPE_LEAF) {

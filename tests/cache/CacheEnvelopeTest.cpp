@@ -3,6 +3,7 @@
 #include <datastorage/cache/CacheManager.h>
 
 #include <support/CacheFixture.h>
+#include <support/PoolTask.h>
 #include <support/Random.h>
 #include <support/RefusedNew.h>
 
@@ -369,13 +370,14 @@ TEST_F(CacheEnvelope, IsAskedForOnThePoolThreadBehindWhichTheWriteIsQueued)
     const Bits more = someBits(SHORT, 40);
     addBits(array, more);
     StreamedArrayAccess::state(*StreamedArrayAccess::arrayOf(array)).trustedCount = SHORT;
-    ASSERT_TRUE(writeFile(fileOf(array), cacheFileHeader() + countBytes(2 * SHORT) + sampleBytes(bits)));
+    ASSERT_TRUE(
+        writeFile(fileOf(array), cacheFileHeader() + countBytes(qint64{2} * SHORT) + sampleBytes(bits)));
     bits.insert(bits.end(), more.begin(), more.end());
 
     GatedPool gate;
     Signal isAnswered;
     bool isRight = false;
-    QThreadPool::globalInstance()->start([&] {
+    PoolTask::start([&] {
         isRight = isEnvelope(array, bits, 1, SHORT + 1, 20);
         isAnswered.give();
     });

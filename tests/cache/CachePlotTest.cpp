@@ -3,6 +3,7 @@
 
 #include <support/FaultyDevice.h>
 #include <support/OpenStreamedArray.h>
+#include <support/PoolTask.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDeadlineTimer>
@@ -269,7 +270,7 @@ TEST_F(CachePlot, ACancelledBackgroundLoadEndsWhileTheLoadIsQueued)
     QThreadPool* pool = QThreadPool::globalInstance();
     const int threads = pool->maxThreadCount();
     pool->setMaxThreadCount(1);
-    pool->start([&] { gate.acquire(); });
+    PoolTask::start([&] { gate.acquire(); });
     QFuture<LoadResult> future = cache().loadInBackground(&info);
     EXPECT_FALSE(future.isFinished());
     future.cancel();

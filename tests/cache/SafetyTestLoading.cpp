@@ -2,6 +2,7 @@
 
 #include <support/CacheFixture.h>
 #include <support/FaultyDevice.h>
+#include <support/PoolTask.h>
 #include <support/ReaderThread.h>
 
 #include <algorithm>
@@ -235,7 +236,7 @@ TEST_F(LoadingSafety, ATaskOnTheOnlyThreadOfThePoolMayAskForASample)
     pool.setMaxThreadCount(1); // the load is queued behind the task that waits for it
     Signal isRead;
     std::atomic<std::int32_t> bits = 0;
-    pool.start([&] {
+    PoolTask::start([&] {
         bits = bitsOf(array.getSample(1));
         isRead.give();
     });

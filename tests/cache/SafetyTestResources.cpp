@@ -1,4 +1,5 @@
 #include <support/CacheFixture.h>
+#include <support/PoolTask.h>
 #include <support/Signal.h>
 
 #include <QtCore/QFuture>
@@ -74,7 +75,7 @@ public:
             return false;
         qint64 bytes = 0;
         Signal isKnown;
-        QThreadPool::globalInstance()->start([&] {
+        PoolTask::start([&] {
             bytes = QStorageInfo(m_path).bytesTotal();
             isKnown.give();
         });
@@ -246,7 +247,7 @@ protected:
 #endif
         QThreadPool::globalInstance()->setMaxThreadCount(1);
         Signal isStarted;
-        QThreadPool::globalInstance()->start([&isStarted] { isStarted.give(); });
+        PoolTask::start([&isStarted] { isStarted.give(); });
         ASSERT_TRUE(isStarted.take());
     }
 
