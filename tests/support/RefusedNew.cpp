@@ -8,7 +8,7 @@
 #if defined(__SANITIZE_THREAD__)
 #define CAN_REFUSE_NEW 0
 #elif defined(__has_feature)
-#define CAN_REFUSE_NEW !__has_feature(thread_sanitizer)
+#define CAN_REFUSE_NEW (!__has_feature(thread_sanitizer))
 #else
 #define CAN_REFUSE_NEW 1
 #endif
