@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the stress program, which uses arrays and cache from all sides at once and checks every sample.
 #
-#   scripts/stress.sh [PRESET [SECONDS [SEED]]]      PRESET: dev (default), release, tsan, asan; 60 seconds
+#   scripts/stress.sh [PRESET [SECONDS [SEED [READERS]]]]
+#       PRESET: dev (default), release, tsan, asan; 60 seconds; 8 threads that read
 source "$(dirname "$0")/common.sh"
 
 preset=${1:-dev}
@@ -17,5 +18,5 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN
 export TSAN_OPTIONS="suppressions=$root/tests/support/tsan.supp:second_deadlock_stack=1:history_size=4${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
 
 note "stress ($preset, $seconds s)"
-# The end takes its time under a sanitizer; what takes longer hangs.
-timeout $((seconds * 2 + 300)) "build/$preset/tests/stress/stress" "$seconds" ${3:+"$3"}
+# The program ends itself when it hangs; this is for one that cannot.
+timeout $((seconds * 2 + 300)) "build/$preset/tests/stress/stress" "$seconds" ${3:+"$3"} ${4:+"$4"}

@@ -25,6 +25,13 @@ namespace vx::datastorage {
 
 using State = CacheRegistry::State;
 
+namespace {
+
+/// See CompletionRunner. What is left is run in the next turn.
+constexpr int mostRunsPerTurn = 16;
+
+} // namespace
+
 std::atomic<Qt::HANDLE> CacheThread::s_thread{nullptr};
 
 // Completions
@@ -49,8 +56,31 @@ void CompletionRunner::wake()
 
 void CompletionRunner::onWake()
 {
+    const bool isSameTurn = m_loop && m_loop == QAbstractEventDispatcher::instance();
+    if (!isSameTurn || m_runsInTurn < mostRunsPerTurn)
+        run();
+}
+
+/// The next turn of the event loop has begun.
+void CompletionRunner::timerEvent(QTimerEvent* /*event*/)
+{
+    killTimer(m_timer);
+    m_loop = nullptr;
+    run();
+}
+
+void CompletionRunner::run()
+{
     CacheThread::claim();
-    m_tasks.runPending();
+    if (!m_tasks.runPending())
+        return;
+    QAbstractEventDispatcher* const loop = QAbstractEventDispatcher::instance();
+    if (loop && m_loop != loop) {
+        m_loop = loop;
+        m_timer = startTimer(0);
+        m_runsInTurn = 0;
+    }
+    ++m_runsInTurn;
 }
 
 CacheManagerPrivate::CacheManagerPrivate(CacheManager& owner)

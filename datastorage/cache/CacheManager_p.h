@@ -9,7 +9,9 @@
 #include <datastorage/cache/EvictionQueue_p.h>
 #include <datastorage/cache/TaskTable_p.h>
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 
 #include <atomic>
 #include <functional>
@@ -21,7 +23,10 @@ class CacheManager;
 class DataArrayInfoStreamed;
 class DataArrayStreamed;
 
-/// Runs the queued completions on the main thread: lives there, and is called through its event loop.
+/// Runs the queued completions on the main thread: lives there, and is called through its event loop, but
+/// only so often in one turn of it. Each completion posts an event and each event runs all completions:
+/// where those lead to new ones, as with readers of a broken array whose errors are cleared as they come,
+/// every turn would otherwise take many times as long as the one before.
 class CompletionRunner : public QObject
 {
     Q_OBJECT
@@ -35,8 +40,16 @@ public:
 public Q_SLOTS:
     void onWake();
 
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
 private:
+    void run();
+
     TaskTable& m_tasks;
+    QPointer<QAbstractEventDispatcher> m_loop; ///< whose next turn a timer tells of; it may go away
+    int m_timer = 0;
+    int m_runsInTurn = 0;
 };
 
 /// The parts of the cache manager and the steps that its operations share.

@@ -80,41 +80,45 @@ bool TaskTable::finish(Array array, std::function<void(bool)> completion)
         record->completion = std::move(bound);
         return false;
     }
-    queue(array, std::move(bound));
+    queue(array, std::move(bound), false);
     return true;
 }
 
-void TaskTable::queue(Array array, Completion completion)
+void TaskTable::queue(Array array, Completion completion, bool isReport)
 {
-    m_queued.push_back({array, std::move(completion)});
+    m_queued.push_back({array, std::move(completion), isReport, m_nextNumber++});
     if (m_wake)
         m_wake();
 }
 
-void TaskTable::post(Array array, Completion completion)
+void TaskTable::post(Array array, Completion report)
 {
     const Locker lock(m_mutex);
-    queue(array, std::move(completion));
+    queue(array, std::move(report), true);
 }
 
-void TaskTable::runPending()
+bool TaskTable::runPending()
 {
     const Locker lock(m_mutex);
-    runQueuedNow();
+    return runQueuedNow();
 }
 
 /// Runs as many completions as are queued now: others may be queued as fast as these are run.
-void TaskTable::runQueuedNow()
+bool TaskTable::runQueuedNow()
 {
-    for (std::size_t left = m_queued.size(); left > 0 && runQueued(nullptr); --left) {
+    const bool hasAny = !m_queued.empty();
+    const Wanted any{.reportsBefore = m_nextNumber};
+    for (std::size_t left = m_queued.size(); left > 0 && runQueued(any); --left) {
     }
+    return hasAny;
 }
 
-/// Runs the first queued completion (of `onlyOf`, unless that is null). Returns whether there was one.
-bool TaskTable::runQueued(Array onlyOf)
+/// Runs the first completion that is wanted. Returns whether there was one.
+bool TaskTable::runQueued(const Wanted& wanted)
 {
-    const auto next = std::find_if(m_queued.begin(), m_queued.end(), [onlyOf](const Queued& queued) {
-        return !onlyOf || queued.array == onlyOf;
+    const auto next = std::find_if(m_queued.begin(), m_queued.end(), [&wanted](const Queued& queued) {
+        return (!wanted.array || queued.array == wanted.array) &&
+               (!queued.isReport || queued.number < wanted.reportsBefore);
     });
     if (next == m_queued.end())
         return false;
@@ -154,18 +158,20 @@ void TaskTable::await(Array array)
     // between cannot leave its completion behind.
     const Locker lock(m_mutex);
     ++m_awaited[array];
+    const Wanted wanted{array, m_nextNumber};
     if (CacheThread::isCurrent())
         runQueuedNow();
-    awaitTask(array);
+    awaitTask(wanted);
     if (--m_awaited[array] == 0)
         m_awaited.remove(array);
     m_changed.wakeAll();
 }
 
-/// Waits until `array` has no running task and runs what is queued for it.
-void TaskTable::awaitTask(Array array)
+/// Waits until the array has no running task and runs what is queued for it.
+void TaskTable::awaitTask(const Wanted& wanted)
 {
-    while (runQueued(array)) {
+    const Array array = wanted.array;
+    while (runQueued(wanted)) {
     }
     for (;;) {
         if (const std::shared_ptr<Record> record = m_running.value(array)) {
@@ -176,7 +182,7 @@ void TaskTable::awaitTask(Array array)
                 execute(array, completion);
         } else if (isExecutingElsewhere(array)) {
             m_changed.wait(m_mutex);
-        } else if (!runQueued(array)) {
+        } else if (!runQueued(wanted)) {
             return;
         }
     }

@@ -48,14 +48,15 @@ public:
     /// The task of `array` is over. Returns true when its completion was queued and the main thread
     /// woken; false when a waiting thread takes it.
     bool finish(Array array, std::function<void(bool writeRequested)> completion);
-    /// Queues a completion that belongs to no task, and wakes the main thread.
-    void post(Array array, Completion completion);
+    /// Queues a report on `array`, a completion that belongs to no task, and wakes the main thread.
+    void post(Array array, Completion report);
 
-    /// Runs the completions that are queued now, first in, first out.
-    void runPending();
+    /// Runs the completions that are queued now, first in, first out. Returns whether there were any.
+    bool runPending();
     /// Runs what is queued (on another than the main thread only what belongs to `array`), waits until
     /// `array` has no running task, without time limit, and runs its completion. On return the array
-    /// has no running task and no completion that has not run.
+    /// has no running task and no completion of one that has not run. Reports that are posted meanwhile
+    /// stay queued: readers of a broken array may post them faster than they are run.
     void await(Array array);
     /// Waits until beginUnlessAwaited() has a chance; completions are left to others.
     void awaitIdle(Array array);
@@ -90,6 +91,14 @@ private:
     {
         Array array;
         Completion completion;
+        bool isReport;
+        quint64 number; ///< in the order of queueing
+    };
+    /// Which queued completions to run.
+    struct Wanted
+    {
+        Array array = nullptr;     ///< those of this array; null for any
+        quint64 reportsBefore = 0; ///< reports only if their number is below this one
     };
     struct Executing
     {
@@ -99,13 +108,13 @@ private:
 
     bool mustStandBack(Array array) const VX_REQUIRES(m_mutex);
     bool enter(Array array) VX_REQUIRES(m_mutex);
-    bool runQueued(Array onlyOf) VX_REQUIRES(m_mutex);
-    void runQueuedNow() VX_REQUIRES(m_mutex);
-    void awaitTask(Array array) VX_REQUIRES(m_mutex);
+    bool runQueued(const Wanted& wanted) VX_REQUIRES(m_mutex);
+    bool runQueuedNow() VX_REQUIRES(m_mutex);
+    void awaitTask(const Wanted& wanted) VX_REQUIRES(m_mutex);
     void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
     bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
 
-    void queue(Array array, Completion completion) VX_REQUIRES(m_mutex);
+    void queue(Array array, Completion completion, bool isReport) VX_REQUIRES(m_mutex);
 
     const std::function<void()> m_wake; ///< constant after construction
     mutable nel::tools::Mutex m_mutex;
@@ -113,6 +122,7 @@ private:
     QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);
     QHash<Array, int> m_awaited VX_GUARDED_BY(m_mutex); ///< threads in await()
     std::deque<Queued> m_queued VX_GUARDED_BY(m_mutex);
+    quint64 m_nextNumber VX_GUARDED_BY(m_mutex) = 0; ///< of what is queued next
     std::vector<Executing> m_executing VX_GUARDED_BY(m_mutex);
 };
 

@@ -7,6 +7,7 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
 #include <QtCore/QThread>
+#include <QtCore/QThreadPool>
 
 #include <string>
 #include <vector>
@@ -321,6 +322,58 @@ TEST_F(CacheCompletion, AReadErrorIsNotEmittedBeforeTheMainThreadIsReady)
     EXPECT_TRUE(array.isInError()) << "the task itself flags the array";
     processEvents();
     EXPECT_EQ(errors().size(), 1);
+}
+
+TEST_F(CacheCompletion, ErrorsThatCauseErrorsDoNotMakeTheTurnsOfTheEventLoopLonger)
+{
+    constexpr int arrayCount = 8;
+    constexpr int enough = 2000;
+    std::vector<Array*> arrays;
+    for (int number = 0; number < arrayCount; ++number) {
+        arrays.push_back(&make(QString::number(number)));
+        fill(*arrays.back(), {1, 2});
+        cache().awaitTaskFinished(arrays.back());
+        ASSERT_TRUE(QFile::remove(fileOf(*arrays.back())));
+        arrays.back()->removeFromMemory();
+    }
+    // As readers do that want samples of arrays whose errors are cleared as they come.
+    const auto readAgain = [&](const QString& error) {
+        for (Array* array : arrays) {
+            if (errors().size() >= enough || !error.contains(fileOf(*array)))
+                continue;
+            array->setReadWriteError(false);
+            cache().prefetch(array);
+        }
+        QThreadPool::globalInstance()->waitForDone();
+    };
+    const QObject listener;
+    QObject::connect(&cache(), &CacheManager::signal_cacheError, &listener, readAgain);
+    for (Array* array : arrays)
+        cache().prefetch(array);
+    QThreadPool::globalInstance()->waitForDone();
+    for (int turn = 0; turn < 4; ++turn) {
+        const qsizetype before = errors().size();
+        processEvents();
+        EXPECT_GE(errors().size() - before, arrayCount) << turn;
+        EXPECT_LT(errors().size() - before, 40 * arrayCount) << turn;
+    }
+    while (errors().size() < enough)
+        processEvents();
+    for (Array* array : arrays)
+        cache().awaitTaskFinished(array);
+    EXPECT_LE(errors().size(), enough + arrayCount) << "one error for each read";
+}
+
+TEST_F(CacheCompletion, AnErrorIsEmittedInAnEventLoopAfterTheOneThatWasKeptWaiting)
+{
+    Array& array = make("A");
+    cache().loadDataArrayInfoToCache(KEY, &array);
+    for (int round = 0; round < 40; ++round) {
+        cache().readDataArrayFromDisk(&array);
+        QThreadPool::globalInstance()->waitForDone();
+        processEvents();
+        EXPECT_EQ(errors().size(), round + 1);
+    }
 }
 
 TEST_F(CacheCompletion, AWriteErrorIsEmittedUnchangedAndFlagsTheArray)

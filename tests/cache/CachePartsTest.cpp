@@ -311,6 +311,32 @@ TEST_F(TaskTableOrder, RunsOnlyWhatWasQueuedBefore)
     EXPECT_EQ(runs, 1); // whatever is queued meanwhile waits for the next turn
 }
 
+TEST_F(TaskTableOrder, WhoWaitsDoesNotRunReportsForEver)
+{
+    int runs = 0;
+    std::function<void()> again = [&] {
+        if (++runs < 10)
+            m_tasks.post(m_a.get(), again);
+    };
+    m_tasks.post(m_a.get(), again);
+    m_tasks.await(m_a.get());
+    EXPECT_EQ(runs, 1);
+    EXPECT_TRUE(m_tasks.isBusy(m_a.get())) << "the report that came meanwhile waits for its turn";
+    m_tasks.await(m_a.get());
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(TaskTableOrder, WhoWaitsRunsTheCompletionOfATaskThatWasBegunMeanwhile)
+{
+    m_tasks.post(m_a.get(), [this] {
+        ASSERT_TRUE(m_tasks.begin(m_a.get()));
+        m_tasks.finish(m_a.get(), note(1));
+    });
+    m_tasks.await(m_a.get());
+    EXPECT_EQ(m_order, std::vector{1});
+    EXPECT_FALSE(m_tasks.isBusy(m_a.get()));
+}
+
 TEST_F(TaskTableOrder, NobodyWaitsForATaskThatWasForgottenWhileItRan)
 {
     ASSERT_TRUE(m_tasks.begin(m_a.get()));

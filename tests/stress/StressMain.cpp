@@ -3,7 +3,7 @@
 //   stress SECONDS [SEED [READERS]]
 //
 // The main thread fills, appends, updates, clears, renames, damages, destroys and re-creates arrays
-// under a budget that changes from 1 byte up; up to 8 other threads read. A sample is a function of
+// under a budget that changes from 1 byte up; 8 other threads, or READERS, read. A sample is a function of
 // array, generation and index, so that every wrong one is noticed. Prints what was done; the result is 1
 // when anything was wrong.
 
@@ -16,7 +16,11 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QTemporaryDir>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
+#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
@@ -24,6 +28,8 @@
 namespace {
 
 constexpr int defaultReaders = 8;
+/// Seconds. The end takes its time under a sanitizer; what takes longer hangs.
+constexpr qint64 longestEnd = 240;
 /// Samples that an array usually gets at once; the last one is handed out while it is being loaded.
 constexpr qint64 usualSizes[] = {3, 100, 400, 1023, 1024, 5000, 5000, 20000, 60000, 120000, 1400000};
 
@@ -55,8 +61,44 @@ private:
     std::vector<std::thread> m_threads;
 };
 
+/// Ends a run that hangs, with what the main thread did last.
+class Watchdog
+{
+public:
+    Watchdog(StressReport& report, std::chrono::seconds limit)
+        : m_thread([this, &report, limit] {
+              std::unique_lock lock(m_mutex);
+              if (m_end.wait_for(lock, limit, [this] { return m_isOver; }))
+                  return;
+              report.fail(QStringLiteral("no end after %1 s").arg(limit.count()));
+              std::fflush(nullptr);
+              std::_Exit(1);
+          })
+    {}
+
+    ~Watchdog()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isOver = true;
+        }
+        m_end.notify_all();
+        m_thread.join();
+    }
+
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_end;
+    bool m_isOver = false;
+    std::thread m_thread; ///< last, as it uses the others
+};
+
 void run(qint64 seconds, quint32 seed, int readerCount, StressReport& report)
 {
+    const Watchdog watchdog(report, std::chrono::seconds(seconds * 2 + longestEnd));
     std::deque<StressSlot> arrays;
     int number = 0;
     for (const qint64 size : usualSizes) {
