@@ -64,13 +64,17 @@ void convertPeer(benchmark::State& state)
     ut_system* const system = ut_read_xml(nullptr);
     ut_unit* const volt = ut_parse(system, "V", UT_UTF8);
     ut_unit* const millivolt = ut_parse(system, "mV", UT_UTF8);
-    cv_converter* const converter = ut_get_converter(volt, millivolt);
+    cv_converter* const there = ut_get_converter(volt, millivolt);
+    cv_converter* const back = ut_get_converter(millivolt, volt);
     std::vector<float> samples = measuredFloats(SAMPLES);
     for (auto _ : state) {
-        cv_convert_floats(converter, samples.data(), samples.size(), samples.data());
+        cv_convert_floats(there, samples.data(), samples.size(), samples.data());
+        benchmark::ClobberMemory();
+        cv_convert_floats(back, samples.data(), samples.size(), samples.data());
         benchmark::ClobberMemory();
     }
-    cv_free(converter);
+    cv_free(back);
+    cv_free(there);
     ut_free(millivolt);
     ut_free(volt);
     ut_free_system(system);
