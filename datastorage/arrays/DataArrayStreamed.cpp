@@ -126,6 +126,7 @@ void DataArrayStreamed::clear()
     ++m_state->contentGeneration;
     m_state->envelope.drop();
     m_state->samplesOnDisk.store(0);
+    m_state->writeHasFailed = false;
     m_firstIndex.store(0);
     m_realSize.store(0);
     m_loadedSize.store(0);

@@ -130,6 +130,22 @@ void StreamedArrayAccess::trustFile(const DataArrayStreamed& array)
     array.m_state->trustedCount = -1;
 }
 
+bool StreamedArrayAccess::forgetFile(const DataArrayStreamed& array)
+{
+    if (!isWholeInMemory(array))
+        return false;
+    array.m_state->fileIsPartial = true; // whatever stands in its place is replaced
+    array.m_state->samplesOnDisk.store(0);
+    return true;
+}
+
+qint64 StreamedArrayAccess::endOfBlock(const DataArrayStreamed& array)
+{
+    const nel::tools::Locker lock(array.m_memoryLock);
+    const qint64 loaded = array.m_loadedSize.load();
+    return loaded > 0 ? array.m_firstIndex.load() + loaded : 0;
+}
+
 bool StreamedArrayAccess::mayBeEvicted(const DataArrayStreamed& array)
 {
     const nel::tools::Locker lock(array.m_memoryLock);
@@ -179,7 +195,7 @@ PinnedSamples StreamedArrayAccess::pin(DataArrayInfoStreamed& info, qint64 first
     PinnedSamples view;
     const DataArrayStreamed* array = arrayOf(info);
     while (array && first >= 0 && count > 0) {
-        const qint64 size = std::max(array->m_realSize.load(), firstIndex(*array) + loadedSize(*array));
+        const qint64 size = std::max(array->m_realSize.load(), endOfBlock(*array));
         const qint64 last = std::min(size - first, count) + first - 1;
         if (last < first)
             break;
@@ -477,6 +493,7 @@ void StreamedArrayAccess::confirmWrite(DataArrayStreamed& array, bool whole, boo
     StreamedArrayState& state = *array.m_state;
     if (ok) {
         trustFile(array);
+        state.writeHasFailed = false;
         state.samplesOnDisk.store(state.endOfWrite);
     } else if (whole) {
         state.fileIsPartial = true;

@@ -54,9 +54,10 @@ public:
     // Written by the cache's tasks of the array, of which one runs at a time.
     /// A whole-file write failed, or the file could not be deleted: what it says does not count.
     std::atomic<bool> fileIsPartial{false};
-    std::atomic<qint64> trustedCount{-1}; ///< after a failed append: samples in the file that are good
-    qint64 countBeforeWrite = 0;          ///< samples in the file when the current write began
-    qint64 endOfWrite = 0;                ///< index behind the last sample that the current write covers
+    std::atomic<qint64> trustedCount{-1};    ///< after a failed append: samples in the file that are good
+    std::atomic<bool> writeHasFailed{false}; ///< the last write; the next one may as well
+    qint64 countBeforeWrite = 0;             ///< samples in the file when the current write began
+    qint64 endOfWrite = 0;                   ///< index behind the last sample that the current write covers
 };
 
 /// The streamed array's back door for the cache, its tasks and the descriptors.
@@ -152,6 +153,11 @@ public:
     static void setSamplesOnDisk(const DataArrayStreamed& array, qint64 count);
     /// The file is what it says, whatever happened to earlier ones.
     static void trustFile(const DataArrayStreamed& array);
+    /// The file has been lost: when the block holds all samples they count as not written. Returns whether it
+    /// does.
+    static bool forgetFile(const DataArrayStreamed& array);
+    /// The index behind the last sample in the block; 0 when nothing is in memory.
+    static qint64 endOfBlock(const DataArrayStreamed& array);
     /// Moves samples that wait beside the block into it, if it can take them. Main thread, with no load under
     /// way.
     static void collectLate(DataArrayStreamed& array);

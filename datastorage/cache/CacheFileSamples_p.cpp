@@ -3,6 +3,7 @@
 #include <datastorage/cache/CacheFileHeader_p.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QtEndian>
 
 #include <algorithm>
@@ -13,6 +14,11 @@ namespace {
 
 constexpr auto bytesPerSample = static_cast<qint64>(sizeof(DataTypeBase));
 
+qint64 samplesIn(qint64 fileBytes)
+{
+    return std::max<qint64>(fileBytes - CACHE_FILE_SAMPLES_OFFSET, 0) / bytesPerSample;
+}
+
 } // namespace
 
 QString cacheFileReadError(const QString& fileName)
@@ -22,7 +28,13 @@ QString cacheFileReadError(const QString& fileName)
 
 qint64 samplesByLength(const QFile& file)
 {
-    return (file.size() - CACHE_FILE_SAMPLES_OFFSET) / bytesPerSample;
+    return samplesIn(file.size());
+}
+
+qint64 samplesByLength(const QString& fileName)
+{
+    const QFileInfo place(fileName);
+    return place.isFile() ? samplesIn(place.size()) : 0;
 }
 
 std::optional<qint64> readSampleCount(QFile& file)

@@ -16,6 +16,8 @@ QString cacheFileReadError(const QString& fileName);
 
 /// Samples that the length of a cache file has room for, whatever its count says.
 qint64 samplesByLength(const QFile& file);
+/// As above for a file that is not open; 0 when there is no regular file.
+qint64 samplesByLength(const QString& fileName);
 /// Samples that the count of a cache file, which stands at its body, claims; nothing when the file ends
 /// before. The count is not checked. The file then stands at its samples.
 std::optional<qint64> readSampleCount(QFile& file);

@@ -269,14 +269,15 @@ void CacheManager::startUpdateDataArrayInfoContent(DataArrayInfoStreamed* info)
     awaitTaskFinished(info);
     // What the loads below bring in must not be evicted by their own completions.
     d->held = info;
-    if (isLoadNeeded(info) && d->flush(info)) {
+    const bool mayBeRead = !isLoadNeeded(info) || d->flush(info);
+    if (mayBeRead && isLoadNeeded(info)) {
         readDataArrayFromDisk(info);
         awaitTaskFinished(info);
     }
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
     if (array && StreamedArrayAccess::isWholeInMemory(*array))
         CacheManagerPrivate::removeFile(info, d->registry.fileOf(info));
-    else if (array && !StreamedArrayAccess::hasUnwrittenSamples(*array))
+    else if (array && mayBeRead && !StreamedArrayAccess::hasUnwrittenSamples(*array))
         info->removeFromMemory(); // the file keeps the samples, and what is added will be appended to it
     CacheManagerPrivate::closeStream(info);
     d->move(State::Cached, State::Updating, getDataArrayInfoKey(info), info);

@@ -226,8 +226,9 @@ bool CacheManagerPrivate::isReadFromFile(DataArrayInfoStreamed* info, const Data
 {
     if (registry.isKnown(info) && registry.registrations(info) == 0)
         return true;
+    // The main thread makes room for a load by a write, unless that has failed.
     return StreamedArrayAccess::firstIndex(array) > 0 && StreamedArrayAccess::loadedSize(array) > 0 &&
-           !CacheThread::isCurrent();
+           (!CacheThread::isCurrent() || StreamedArrayAccess::state(array).writeHasFailed.load());
 }
 
 qint64 CacheManagerPrivate::readFromFile(DataArrayInfoStreamed* info, qint64 first,
@@ -278,8 +279,10 @@ Bringing CacheManagerPrivate::startBringing(DataArrayInfoStreamed* info, qint64 
     };
     if (holdsEnd()) {
         manager.awaitTaskFinished(info);
-        if (!flush(info))
-            return Bringing::Hopeless; // a load would take their place
+        if (!flush(info)) { // a load would take their place
+            StreamedArrayAccess::state(array).writeHasFailed = true;
+            return Bringing::LookAgain;
+        }
         if (holdsEnd())
             info->removeFromMemory();
     }

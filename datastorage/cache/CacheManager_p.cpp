@@ -178,12 +178,18 @@ void CacheManagerPrivate::updateCache()
 {
     // Each array once, however many entries it has: they would be looked at again after every load.
     QSet<DataArrayInfoStreamed*> kept;
+    QSet<DataArrayInfoStreamed*> lost;
     while (MemoryMeter::instance().usedBytes() > budgetBytes.load()) {
         DataArrayInfoStreamed* oldest = queue.popOldest();
         if (!oldest)
             break;
         if (!mayBeEvicted(oldest)) {
             kept.insert(oldest);
+            continue;
+        }
+        if (!isInFile(oldest)) {
+            kept.insert(oldest);
+            lost.insert(oldest);
             continue;
         }
         if (oldest->getSizeLoadedInMemory() > 0) {
@@ -195,6 +201,18 @@ void CacheManagerPrivate::updateCache()
     }
     for (DataArrayInfoStreamed* info : std::as_const(kept))
         queue.putBack(info);
+    // Written again, once: what fails counts as not written, and is not looked at here any more.
+    for (DataArrayInfoStreamed* info : std::as_const(lost)) {
+        qCDebug(cacheLog) << "the file is gone of" << info->getName();
+        if (StreamedArrayAccess::forgetFile(*StreamedArrayAccess::arrayOf(*info)))
+            manager.writeDataArrayToDisk(info);
+    }
+}
+
+bool CacheManagerPrivate::isInFile(DataArrayInfoStreamed* info) const
+{
+    const qint64 end = StreamedArrayAccess::endOfBlock(*StreamedArrayAccess::arrayOf(*info));
+    return end == 0 || samplesByLength(registry.fileOf(info)) >= end;
 }
 
 // Tasks
@@ -299,13 +317,16 @@ void CacheManager::onWriteTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
 void CacheManager::onWriteTaskError(DataArrayInfoStreamed* dataArrayInfo, const QString& error)
 {
     d->counters.countError();
-    d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
+    if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
+        StreamedArrayAccess::state(*array).writeHasFailed = true;
+    const auto report = [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         qCDebug(cacheLog) << error;
         Q_EMIT signal_cacheError(error);
         if (d->tasks.isCompleting(dataArrayInfo)) // a listener may have destroyed the array
             dataArrayInfo->setUseBatchMode(false);
-    });
+    };
+    d->finish(dataArrayInfo, report, TaskTable::Outcome::Error);
 }
 
 void CacheManager::onReadTaskFinished(DataArrayInfoStreamed* dataArrayInfo)
@@ -332,24 +353,27 @@ void CacheManager::onReadTaskError(DataArrayInfoStreamed* dataArrayInfo, const Q
     if (const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*dataArrayInfo))
         StreamedArrayAccess::finishLoad(*array);
     d->counters.countError();
-    d->finish(dataArrayInfo, [this, dataArrayInfo, error] {
+    const auto report = [this, dataArrayInfo, error] {
         dataArrayInfo->setReadWriteError(true);
         d->background.fail(dataArrayInfo, error);
         qCDebug(cacheLog) << error;
         Q_EMIT signal_cacheError(error);
-    });
+    };
+    d->finish(dataArrayInfo, report, TaskTable::Outcome::Error);
 }
 
-void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void()> completion)
+void CacheManagerPrivate::finish(DataArrayInfoStreamed* info, std::function<void()> completion,
+                                 TaskTable::Outcome outcome)
 {
-    tasks.finish(info, [this, info, completion = std::move(completion)](bool writeRequested) {
+    const auto follow = [this, info, completion = std::move(completion)](bool writeRequested) {
         completion();
         if (!tasks.isCompleting(info)) // a listener has destroyed the array
             return;
         if (DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info))
             StreamedArrayAccess::completeBlock(*array);
         writeIfRequested(info, writeRequested);
-    });
+    };
+    tasks.finish(info, follow, outcome);
 }
 
 void CacheManagerPrivate::writeIfRequested(DataArrayInfoStreamed* info, bool requested)
@@ -362,8 +386,14 @@ void CacheManagerPrivate::writeIfRequested(DataArrayInfoStreamed* info, bool req
 bool CacheManagerPrivate::flush(DataArrayInfoStreamed* info)
 {
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
-    if (!array || !StreamedArrayAccess::hasUnwrittenSamples(*array))
+    if (!array)
         return true;
+    if (!StreamedArrayAccess::hasUnwrittenSamples(*array)) {
+        if (isInFile(info))
+            return true;
+        if (!StreamedArrayAccess::forgetFile(*array))
+            return false;
+    }
     manager.writeDataArrayToDisk(info);
     manager.awaitTaskFinished(info);
     return !StreamedArrayAccess::hasUnwrittenSamples(*array);
@@ -372,10 +402,10 @@ bool CacheManagerPrivate::flush(DataArrayInfoStreamed* info)
 void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
 {
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
-    while (!tasks.beginUnlessAwaited(info)) {
+    while (!tasks.beginIfWelcome(info)) {
         if (StreamedArrayAccess::state(*array).pendingLoads.load() > 0)
             return;
-        tasks.awaitIdle(info);
+        tasks.awaitWelcome(info);
     }
     // What another thread has brought meanwhile need not be in the file any more, and new samples in the
     // block would stand in the way of a load.

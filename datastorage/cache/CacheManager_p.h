@@ -81,9 +81,12 @@ public:
     // Memory
     void updateCache();
     bool mayBeEvicted(DataArrayInfoStreamed* info) const;
+    /// Whether the file of `info` is still there and has what is in memory. Somebody may have deleted it.
+    bool isInFile(DataArrayInfoStreamed* info) const;
 
     // Tasks
-    /// Writes the samples of `info` that no file holds, and waits. Returns whether none is left.
+    /// Writes the samples of `info` that no file holds, or no file any more, and waits. Returns whether none
+    /// is left.
     bool flush(DataArrayInfoStreamed* info);
     /// Starts a load of `info` unless one runs, and lets the main thread do what follows. Any thread.
     void requestLoad(DataArrayInfoStreamed* info);
@@ -94,7 +97,8 @@ public:
     template <typename Task>
     void start(DataArrayInfoStreamed* info, Task* task);
     /// The task of `info` is over; `completion` runs on the main thread.
-    void finish(DataArrayInfoStreamed* info, std::function<void()> completion);
+    void finish(DataArrayInfoStreamed* info, std::function<void()> completion,
+                TaskTable::Outcome outcome = TaskTable::Outcome::Done);
     /// Writes what a write request during the task has left unwritten.
     void writeIfRequested(DataArrayInfoStreamed* info, bool requested);
     /// Reports that the file of `info` holds fewer samples than the array, whose content it was found with.

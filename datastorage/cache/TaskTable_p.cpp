@@ -18,6 +18,8 @@ namespace {
 
 /// How long a process that ends waits for a task that is reading or writing.
 constexpr qint64 stopMilliseconds = 10000;
+/// Queued errors of one array that are many.
+constexpr int manyErrors = 16;
 
 } // namespace
 
@@ -27,10 +29,15 @@ bool TaskTable::begin(Array array)
     return enter(array);
 }
 
-bool TaskTable::beginUnlessAwaited(Array array)
+bool TaskTable::beginIfWelcome(Array array)
 {
     const Locker lock(m_mutex);
-    return !mustStandBack(array) && enter(array);
+    return !mustStandBack(array) && !hasManyErrors(array) && enter(array);
+}
+
+bool TaskTable::hasManyErrors(Array array) const
+{
+    return m_errors.value(array) >= manyErrors;
 }
 
 /// Whether somebody waits for `array`; not so for a completion that this thread runs while it waits.
@@ -67,7 +74,7 @@ bool TaskTable::beginWrite(Array array)
     return false;
 }
 
-bool TaskTable::finish(Array array, std::function<void(bool)> completion)
+bool TaskTable::finish(Array array, std::function<void(bool)> completion, Outcome outcome)
 {
     const Locker lock(m_mutex);
     const std::shared_ptr<Record> record = m_running.take(array);
@@ -80,13 +87,15 @@ bool TaskTable::finish(Array array, std::function<void(bool)> completion)
         record->completion = std::move(bound);
         return false;
     }
-    queue(array, std::move(bound), false);
+    queue({array, std::move(bound), false, outcome == Outcome::Error, 0});
     return true;
 }
 
-void TaskTable::queue(Array array, Completion completion, bool isReport)
+void TaskTable::queue(Queued queued)
 {
-    m_queued.push_back({array, std::move(completion), isReport, m_nextNumber++});
+    queued.number = m_nextNumber++;
+    countError(queued, 1);
+    m_queued.push_back(std::move(queued));
     if (m_wake)
         m_wake();
 }
@@ -94,7 +103,14 @@ void TaskTable::queue(Array array, Completion completion, bool isReport)
 void TaskTable::post(Array array, Completion report)
 {
     const Locker lock(m_mutex);
-    queue(array, std::move(report), true);
+    if (!hasManyErrors(array))
+        queue({array, std::move(report), true, true, 0});
+}
+
+void TaskTable::countError(const Queued& queued, int change)
+{
+    if (queued.isError && (m_errors[queued.array] += change) == 0)
+        m_errors.remove(queued.array);
 }
 
 bool TaskTable::runPending()
@@ -124,6 +140,7 @@ bool TaskTable::runQueued(const Wanted& wanted)
         return false;
     const Queued queued = std::move(*next);
     m_queued.erase(next);
+    countError(queued, -1);
     execute(queued.array, queued.completion);
     return true;
 }
@@ -195,6 +212,13 @@ void TaskTable::awaitIdle(Array array)
         m_changed.wait(m_mutex);
 }
 
+void TaskTable::awaitWelcome(Array array)
+{
+    const Locker lock(m_mutex);
+    while (m_running.contains(array) || mustStandBack(array) || hasManyErrors(array))
+        m_changed.wait(m_mutex);
+}
+
 bool TaskTable::isCompleting(Array array) const
 {
     const Locker lock(m_mutex);
@@ -237,6 +261,7 @@ void TaskTable::forget(Array array)
 {
     const Locker lock(m_mutex);
     std::erase_if(m_queued, [array](const Queued& queued) { return queued.array == array; });
+    m_errors.remove(array);
     for (Executing& executing : m_executing)
         if (executing.array == array)
             executing.array = nullptr;

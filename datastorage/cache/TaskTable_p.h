@@ -37,18 +37,26 @@ public:
     /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
     bool begin(Array array);
     /// As begin() for a thread that merely wants samples: it stands back, too, while somebody waits in
-    /// await() for `array`. Many such threads could otherwise keep the array from ever being idle.
-    bool beginUnlessAwaited(Array array);
+    /// await() for `array`, since many such threads could keep the array from ever being idle, and while many
+    /// errors of `array` are queued, which the main thread could otherwise never catch up with.
+    bool beginIfWelcome(Array array);
     /// Says which object will run the task that was entered last for `array`.
     void setRunnable(Array array, QRunnable* runnable);
     /// As begin() for a write. When a task runs already, remembers that `array` is to be written once that is
     /// over.
     bool beginWrite(Array array);
 
+    enum class Outcome
+    {
+        Done,
+        Error
+    };
     /// The task of `array` is over. Returns true when its completion was queued and the main thread
     /// woken; false when a waiting thread takes it.
-    bool finish(Array array, std::function<void(bool writeRequested)> completion);
-    /// Queues a report on `array`, a completion that belongs to no task, and wakes the main thread.
+    bool finish(Array array, std::function<void(bool writeRequested)> completion,
+                Outcome outcome = Outcome::Done);
+    /// Queues the report of an error of `array`, a completion that belongs to no task, and wakes the main
+    /// thread. Does nothing when many errors of `array` are queued already.
     void post(Array array, Completion report);
 
     /// Runs the completions that are queued now, first in, first out. Returns whether there were any.
@@ -58,8 +66,10 @@ public:
     /// has no running task and no completion of one that has not run. Reports that are posted meanwhile
     /// stay queued: readers of a broken array may post them faster than they are run.
     void await(Array array);
-    /// Waits until beginUnlessAwaited() has a chance; completions are left to others.
+    /// Waits until `array` has no running task and nobody waits for it; completions are left to others.
     void awaitIdle(Array array);
+    /// Waits until beginIfWelcome() has a chance; as above.
+    void awaitWelcome(Array array);
 
     bool isRunning(Array array) const;
     /// Whether a task of `array` runs, or what follows one has not been done yet.
@@ -91,7 +101,8 @@ private:
     {
         Array array;
         Completion completion;
-        bool isReport;
+        bool isReport;  ///< belongs to no task
+        bool isError;   ///< counts among those of the array
         quint64 number; ///< in the order of queueing
     };
     /// Which queued completions to run.
@@ -114,7 +125,9 @@ private:
     void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
     bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
 
-    void queue(Array array, Completion completion, bool isReport) VX_REQUIRES(m_mutex);
+    bool hasManyErrors(Array array) const VX_REQUIRES(m_mutex);
+    void queue(Queued queued) VX_REQUIRES(m_mutex);
+    void countError(const Queued& queued, int change) VX_REQUIRES(m_mutex);
 
     const std::function<void()> m_wake; ///< constant after construction
     mutable nel::tools::Mutex m_mutex;
@@ -122,7 +135,8 @@ private:
     QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);
     QHash<Array, int> m_awaited VX_GUARDED_BY(m_mutex); ///< threads in await()
     std::deque<Queued> m_queued VX_GUARDED_BY(m_mutex);
-    quint64 m_nextNumber VX_GUARDED_BY(m_mutex) = 0; ///< of what is queued next
+    quint64 m_nextNumber VX_GUARDED_BY(m_mutex) = 0;   ///< of what is queued next
+    QHash<Array, int> m_errors VX_GUARDED_BY(m_mutex); ///< of those that are queued
     std::vector<Executing> m_executing VX_GUARDED_BY(m_mutex);
 };
 

@@ -386,11 +386,47 @@ TEST_F(TaskTableOrder, WhoOnlyWantsSamplesStandsBackWhileTheArrayIsAwaited)
         m_tasks.await(m_a.get());
         isOver.give();
     });
-    EXPECT_FALSE(m_tasks.beginUnlessAwaited(m_a.get()));
+    EXPECT_FALSE(m_tasks.beginIfWelcome(m_a.get()));
     m_tasks.finish(m_a.get(), note(1));
     EXPECT_TRUE(isOver.take());
     waiting.join();
-    EXPECT_TRUE(m_tasks.beginUnlessAwaited(m_a.get()));
+    EXPECT_TRUE(m_tasks.beginIfWelcome(m_a.get()));
+}
+
+TEST_F(TaskTableOrder, WhoOnlyWantsSamplesStandsBackWhileManyErrorsAreQueued)
+{
+    using Outcome = TaskTable::Outcome;
+    int errors = 0;
+    while (m_tasks.beginIfWelcome(m_a.get())) {
+        ASSERT_LT(errors, 100);
+        m_tasks.finish(m_a.get(), note(++errors), Outcome::Error);
+    }
+    EXPECT_GT(errors, 1);
+    EXPECT_TRUE(m_tasks.beginIfWelcome(m_b.get())) << "another array has nothing to do with it";
+    m_tasks.post(m_a.get(), [] { ADD_FAILURE() << "one error more"; });
+    Signal isOver;
+    std::thread waiting([&] {
+        m_tasks.awaitWelcome(m_a.get());
+        isOver.give();
+    });
+    EXPECT_FALSE(isOver.isGiven());
+    m_tasks.runPending();
+    EXPECT_TRUE(isOver.take());
+    waiting.join();
+    EXPECT_EQ(m_order.size(), static_cast<std::size_t>(errors));
+    EXPECT_TRUE(m_tasks.beginIfWelcome(m_a.get()));
+}
+
+TEST_F(TaskTableOrder, QueuedErrorsKeepNobodyBackThatMustHaveTheArray)
+{
+    for (int i = 0; i < 20; ++i)
+        m_tasks.post(m_a.get(), [] {});
+    EXPECT_FALSE(m_tasks.beginIfWelcome(m_a.get()));
+    m_tasks.awaitIdle(m_a.get());
+    EXPECT_TRUE(m_tasks.begin(m_a.get()));
+    m_tasks.finish(m_a.get(), note(1));
+    m_tasks.forget(m_a.get());
+    EXPECT_TRUE(m_tasks.beginIfWelcome(m_a.get())) << "an array at the same place begins anew";
 }
 
 TEST_F(TaskTableOrder, AnotherThreadRunsOnlyTheCompletionsOfTheArrayItWaitsFor)

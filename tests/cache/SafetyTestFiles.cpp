@@ -417,6 +417,33 @@ TEST_F(FileSafety, AnAppendOnAFullDiskDropsNothingAndCanBeRetried)
     }
 }
 
+TEST_F(FileSafety, SamplesInTheFileAreReadWhileNewOnesCannotBeWritten)
+{
+    Array& array = store("A", sequence(LARGE, 1));
+    cache().prepareAppendDataArray(&array);
+    add(array, {-1, -2});
+    {
+        const FullDisk full(4096);
+        cache().appendDataArray(&array, KEY);
+        cache().awaitTaskFinished(&array);
+        processEvents();
+        array.setReadWriteError(false);
+        for (int i = 0; i < LARGE; i += LARGE / 10) {
+            EXPECT_EQ(array.getSampleInt(i), i + 1);
+            Samples range(3);
+            EXPECT_EQ(array.readSamples(LARGE - 3, std::span<std::int32_t>(range)), 3);
+            EXPECT_EQ(range, (Samples{LARGE - 2, LARGE - 1, LARGE}));
+        }
+        EXPECT_EQ(bitsOf(array.getSample(LARGE + 1)), -2);
+        EXPECT_EQ(errors().size(), 1) << "reading is no reason to write again";
+        EXPECT_FALSE(array.isInError());
+    }
+    cache().writeDataArrayToDisk(&array);
+    Samples all = sequence(LARGE, 1);
+    all.insert(all.end(), {-1, -2});
+    expectFile(array, all);
+}
+
 TEST_F(FileSafety, AnAppendToAFileWithAnotherCountIsAnErrorAndTouchesNothing)
 {
     for (const qint64 count : {qint64{-5}, qint64{2}, qint64{1} << 62}) {

@@ -477,3 +477,131 @@ TEST_F(GoneDirectorySafety, NewSamplesOfAnEvictedArrayTakeNobodysPlace)
     evict(array);
     EXPECT_EQ(samplesOf(array), (Samples{1, 2, 3, 4, 5}));
 }
+
+// ---- the file of an array in memory is deleted, or cut
+
+namespace {
+
+struct LostFile
+{
+    const char* name;
+    void (*lose)(const QString& file);
+};
+
+void PrintTo(const LostFile& loss, std::ostream* out)
+{
+    *out << loss.name;
+}
+
+class LostFileSafety : public CacheFixture, public ::testing::WithParamInterface<LostFile>
+{
+protected:
+    static void lose(Array& array) { GetParam().lose(fileOf(array)); }
+
+    void evictToOneByte() const
+    {
+        cache().setCacheSizeInBytes(1);
+        updateCache();
+    }
+
+    static void expectWritten(Array& array, const std::vector<std::int32_t>& samples)
+    {
+        cache().awaitTaskFinished(&array);
+        EXPECT_EQ(bytesOf(array), cacheFileBytes(samples));
+        evict(array);
+        EXPECT_EQ(samplesOf(array), samples);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Losses, LostFileSafety,
+    ::testing::Values(LostFile{"deleted", [](const QString& file) { ASSERT_TRUE(QFile::remove(file)); }},
+                      LostFile{"cut", [](const QString& file) { ASSERT_TRUE(QFile::resize(file, 20)); }},
+                      LostFile{"emptied", [](const QString& file) { ASSERT_TRUE(QFile::resize(file, 0)); }},
+                      LostFile{"replaced", [](const QString& file) {
+                                   ASSERT_TRUE(QFile::remove(file));
+                                   ASSERT_TRUE(writeFile(file, "something else"));
+                               }}));
+
+} // namespace
+
+TEST_P(LostFileSafety, AnArrayIsWrittenAgainInsteadOfEvicted)
+{
+    Array& array = store("A", {1, 2, 3});
+    Array& other = store("B", {4, 5});
+    store("C", {6});
+    lose(array);
+    evictToOneByte();
+    EXPECT_TRUE(isInMemory(array)) << "nowhere else";
+    EXPECT_FALSE(isInMemory(other));
+    cache().awaitTaskFinished(&array);
+    EXPECT_EQ(bytesOf(array), cacheFileBytes({1, 2, 3}));
+    updateCache();
+    EXPECT_FALSE(isInMemory(array)) << "it is on disk again";
+    EXPECT_EQ(samplesOf(array), (std::vector<std::int32_t>{1, 2, 3}));
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_P(LostFileSafety, AnAppendWritesTheArrayAgainFirst)
+{
+    Array& array = store("A", {1, 2, 3});
+    lose(array);
+    cache().prepareAppendDataArray(&array);
+    add(array, {4, 5});
+    cache().appendDataArray(&array, KEY);
+    expectWritten(array, {1, 2, 3, 4, 5});
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_P(LostFileSafety, AnUpdateWritesTheArrayAgain)
+{
+    Array& array = store("A", {1, 2, 3});
+    lose(array);
+    fill(array, {4});
+    expectWritten(array, {1, 2, 3, 4});
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_F(GoneDirectorySafety, ArraysThatCannotBeWrittenAgainStayInMemoryAndAreReportedOnce)
+{
+    Array& array = store("A", {1, 2, 3});
+    store("B", {4, 5});
+    store("C", {6});
+    removeDirectory();
+    cache().setCacheSizeInBytes(1);
+    for (int i = 0; i < 5; ++i) {
+        updateCache();
+        cache().awaitTaskFinished(&array);
+        array.setReadWriteError(false);
+    }
+    EXPECT_EQ(errors().filter(fileOf(array)).size(), 1);
+    EXPECT_EQ(samplesOf(array), (std::vector<std::int32_t>{1, 2, 3}));
+    makeDirectory();
+    cache().writeDataArrayToDisk(&array);
+    cache().awaitTaskFinished(&array);
+    updateCache();
+    EXPECT_FALSE(isInMemory(array));
+    EXPECT_EQ(samplesOf(array), (std::vector<std::int32_t>{1, 2, 3}));
+}
+
+TEST_F(GoneDirectorySafety, NewSamplesWhoseFileIsGoneStayInMemory)
+{
+    Array& array = store("A", {1, 2, 3});
+    evict(array);
+    array.startAddingData();
+    removeDirectory();
+    makeDirectory();
+    load(array); // in vain
+    array.setReadWriteError(false);
+    add(array, {4, 5});
+    array.endAddingData(KEY);
+    cache().awaitTaskFinished(&array);
+    array.setReadWriteError(false);
+    for (int i = 0; i < 2; ++i) {
+        array.startAddingData();
+        array.endAddingData(KEY);
+        cache().awaitTaskFinished(&array);
+        array.setReadWriteError(false);
+        EXPECT_EQ(bitsOf(array.getSample(4)), 5);
+    }
+}
