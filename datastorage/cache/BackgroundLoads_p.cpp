@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace vx::datastorage {
@@ -18,6 +19,11 @@ constexpr int updateMilliseconds = 10;
 int asProgress(qint64 samples)
 {
     return static_cast<int>(std::min<qint64>(samples, std::numeric_limits<int>::max()));
+}
+
+QString noSamples()
+{
+    return QStringLiteral("The samples cannot be brought into memory");
 }
 
 } // namespace
@@ -66,7 +72,13 @@ QFuture<ReadResult> BackgroundLoads::read(DataArrayInfoStreamed* info, qint64 fi
     const qint64 available = std::clamp<qint64>(info->getSize() - first, 0, count);
     const qint64 wanted = first < 0 ? 0 : available;
     const auto result = [info, first, wanted](const QString& error) {
-        ReadResult read{first, QList<DataTypeBase>(wanted), error};
+        ReadResult read{first, {}, error};
+        try {
+            read.samples.resize(wanted);
+        } catch (const std::bad_alloc&) {
+            read.error = noSamples();
+            return read;
+        }
         const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
         const std::span<DataTypeBase> out(read.samples.data(), static_cast<std::size_t>(wanted));
         read.samples.resize(array ? StreamedArrayAccess::copyResident(*array, first, out) : 0);
@@ -131,7 +143,7 @@ bool BackgroundLoads::advance(Request& request)
     }
     if (ask(request))
         return false;
-    request.error = QStringLiteral("The samples cannot be brought into memory");
+    request.error = noSamples();
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include <archive/ArchiveContext.h>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QFuture>
 #include <QtCore/QSet>
 
 #include <numeric>
@@ -714,6 +715,26 @@ TEST_F(FileSafety, LoadingBeyondTheMemoryIsAReadError)
     array.setReadWriteError(false);
     load(array);
     EXPECT_EQ(array.getSizeLoadedInMemory(), TOO_MANY) << "with memory again it can be loaded";
+}
+
+TEST_F(FileSafety, ACopyBeyondTheMemoryIsAResultWithAnError)
+{
+    Array& array = make("A");
+    while (array.getSizeLoadedInMemory() < TOO_MANY)
+        array.addSampleInt(array.getSizeLoadedInMemory());
+    array.endAddingData(KEY);
+    cache().awaitTaskFinished(&array);
+    {
+        const LittleMemory little(SPARE);
+        const ReadResult read = cache().readInBackground(&array, 0, TOO_MANY).result();
+        EXPECT_EQ(read.error, "The samples cannot be brought into memory");
+        EXPECT_TRUE(read.samples.isEmpty());
+    }
+    const ReadResult read = cache().readInBackground(&array, TOO_MANY - 2, 5).result();
+    EXPECT_EQ(read.error, QString());
+    ASSERT_EQ(read.samples.size(), 2);
+    EXPECT_EQ(bitsOf(read.samples[1]), TOO_MANY - 1);
+    EXPECT_FALSE(array.isInError()) << "it is in memory as before";
 }
 
 TEST_F(FileSafety, AClearedErrorLetsAFillGoOnOnceThereIsMemory)
