@@ -71,7 +71,9 @@ public:
     /// Takes the sample at `index` of the array when this is the main thread and the sample is in memory.
     static bool residentHere(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
     {
-        return CacheThread::isCurrent() && residentNow(array, index, sample);
+        if (!CacheThread::isCurrent()) [[unlikely]]
+            return false;
+        return residentNow(array, index, sample);
     }
     /// Takes the sample at `index` of the array when it is in memory. Any thread.
     static bool resident(const DataArrayStreamed& array, qint64 index, DataTypeBase& sample)
@@ -221,7 +223,7 @@ private:
         const qint64 loaded = array.m_loadedSize.load(std::memory_order_acquire);
         const quint64 at = static_cast<quint64>(index) -
                            static_cast<quint64>(array.m_firstIndex.load(std::memory_order_relaxed));
-        if (at >= static_cast<quint64>(loaded))
+        if (at >= static_cast<quint64>(loaded)) [[unlikely]]
             return false;
         sample = array.m_data[at];
         return true;
