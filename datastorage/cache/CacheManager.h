@@ -170,7 +170,10 @@ public:
     /// Once the mapping is open, a look-up without a call into the library.
     DataTypeBase getSampleDirect(DataArrayInfoStreamed* info, qint64 index)
     {
-        if (const qint64 id = info->getStreamId(); id != -1) [[likely]]
+        const qint64 id = info->getStreamId();
+        if (MappedSamples::isFirst(id)) [[likely]]
+            return MappedSamples::readFirst(id, index);
+        if (id != -1)
             return MappedSamples::read(static_cast<int>(id), index);
         return openSampleDirect(info, index);
     }

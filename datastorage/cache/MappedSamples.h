@@ -47,10 +47,21 @@ public:
 
     /// The 32 bits of sample `index` of mapping `id`; MISSING_SAMPLE_BITS for an index outside the
     /// mapping, for an id without one and for an id out of range. Two compares and three loads.
-    static DataTypeBase read(int id, qint64 index)
+    static DataTypeBase read(int id, qint64 index) { return readRow(rowOf(id), index); }
+
+    /// Whether `id` has one of the first rows, which readFirst() takes; a negative id has not.
+    static bool isFirst(qint64 id) { return static_cast<quint64>(id) < FIRST_ROWS; }
+
+    /// As read(), for an id with isFirst(), which then is the only question: look-ups in order take a sixth
+    /// less time than with one question for no mapping and another for the row (DirectSample).
+    static DataTypeBase readFirst(qint64 id, qint64 index) { return readRow(s_firstRows[id], index); }
+
+private:
+    friend class MappedSampleTable;
+
+    static DataTypeBase readRow(const Row& row, qint64 index)
     {
         DataTypeBase sample{.intValue = MISSING_SAMPLE_BITS};
-        const Row& row = rowOf(id);
         const auto position = static_cast<quint64>(index); // a negative index is beyond every count
         if (position < row.count.load(std::memory_order_acquire)) [[likely]] {
             const uchar* const samples = row.samples.load(std::memory_order_relaxed);
@@ -58,9 +69,6 @@ public:
         }
         return sample;
     }
-
-private:
-    friend class MappedSampleTable;
 
     /// Ids below this one need no search; few programs have more files mapped at a time.
     static constexpr quint32 FIRST_ROWS = 1024;
