@@ -1,3 +1,4 @@
+#include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/MappedSampleTable_p.h>
 
 #include <support/CacheFileBytes.h>
@@ -58,6 +59,24 @@ TEST_F(MappedSampleTableTest, KeepsTheRowsOfAllIdsApart)
         EXPECT_EQ(MappedSamples::read(id, 2).intValue, 7);
         EXPECT_EQ(MappedSamples::read(id, 3).intValue, MISSING);
     }
+}
+
+TEST_F(MappedSampleTableTest, IsReadThroughTheCacheUnderEveryId)
+{
+    vx::datastorage::DataArrayInfoStreamed info;
+    for (const int id : IDS) {
+        SCOPED_TRACE(id);
+        const QByteArray samples = cachefile::samples({id, -id});
+        publish(id, samples);
+        info.setStreamId(id);
+        vx::datastorage::CacheManager& cache = vx::datastorage::CacheManager::instance();
+        EXPECT_EQ(cache.getSampleDirect(&info, 0).intValue, id);
+        EXPECT_EQ(cache.getSampleDirect(&info, 1).intValue, -id);
+        EXPECT_EQ(cache.getSampleDirect(&info, 2).intValue, MISSING);
+        EXPECT_EQ(cache.getSampleDirect(&info, -1).intValue, MISSING);
+        MappedSampleTable::withdraw(id);
+    }
+    info.setStreamId(-1); // the rows were none of the cache's
 }
 
 TEST_F(MappedSampleTableTest, AnswersMissingForIndicesOutside)
