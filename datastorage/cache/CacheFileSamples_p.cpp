@@ -1,9 +1,9 @@
 #include <datastorage/cache/CacheFileSamples_p.h>
 
 #include <datastorage/cache/CacheFileHeader_p.h>
+#include <datastorage/cache/RegularFile_p.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QtEndian>
 
 #include <algorithm>
@@ -33,8 +33,7 @@ qint64 samplesByLength(const QFile& file)
 
 qint64 samplesByLength(const QString& fileName)
 {
-    const QFileInfo place(fileName);
-    return place.isFile() ? samplesIn(place.size()) : 0;
+    return samplesIn(regularFileBytes(fileName));
 }
 
 std::optional<qint64> readSampleCount(QFile& file)

@@ -52,7 +52,22 @@ bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode optio
     return isKnown && S_ISDIR(status.st_mode) && failAsPlainOpen(file, path);
 }
 
+qint64 regularFileBytes(const QString& path)
+{
+    struct stat status
+    {};
+    const bool isThere = !path.contains(QChar(u'\0')) &&
+                         ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+    return isThere ? static_cast<qint64>(status.st_size) : -1;
+}
+
 #else
+
+qint64 regularFileBytes(const QString& path)
+{
+    const QFileInfo file(path);
+    return file.isFile() ? file.size() : -1;
+}
 
 bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
 {

@@ -13,4 +13,8 @@ namespace vx::datastorage {
 /// added to QIODevice::ReadOnly.
 [[nodiscard]] bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options = {});
 
+/// The length of the regular file, or of what a link leads to, at `path`, in bytes; -1 when there is none.
+/// Called before samples leave memory, it costs one look at the path.
+[[nodiscard]] qint64 regularFileBytes(const QString& path);
+
 } // namespace vx::datastorage
