@@ -30,6 +30,9 @@ namespace {
 /// See CompletionRunner. What is left is run in the next turn.
 constexpr int mostRunsPerTurn = 16;
 
+/// A thread that reads an array whose errors nobody takes note of tries again this often.
+constexpr unsigned long errorPatienceMilliseconds = 1000;
+
 } // namespace
 
 std::atomic<Qt::HANDLE> CacheThread::s_thread{nullptr};
@@ -402,10 +405,12 @@ bool CacheManagerPrivate::flush(DataArrayInfoStreamed* info)
 void CacheManagerPrivate::requestLoad(DataArrayInfoStreamed* info)
 {
     const DataArrayStreamed* array = StreamedArrayAccess::arrayOf(*info);
-    while (!tasks.beginIfWelcome(info)) {
+    if (!CacheThread::isCurrent())
+        tasks.awaitFewErrors(info, errorPatienceMilliseconds);
+    while (!tasks.beginUnlessAwaited(info)) {
         if (StreamedArrayAccess::state(*array).pendingLoads.load() > 0)
             return;
-        tasks.awaitWelcome(info);
+        tasks.awaitIdle(info);
     }
     // What another thread has brought meanwhile need not be in the file any more, and new samples in the
     // block would stand in the way of a load.

@@ -2,6 +2,7 @@
 
 #include <datastorage/cache/CacheThread_p.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QRunnable>
 #include <QtCore/QThread>
@@ -29,10 +30,10 @@ bool TaskTable::begin(Array array)
     return enter(array);
 }
 
-bool TaskTable::beginIfWelcome(Array array)
+bool TaskTable::beginUnlessAwaited(Array array)
 {
     const Locker lock(m_mutex);
-    return !mustStandBack(array) && !hasManyErrors(array) && enter(array);
+    return !mustStandBack(array) && enter(array);
 }
 
 bool TaskTable::hasManyErrors(Array array) const
@@ -212,11 +213,13 @@ void TaskTable::awaitIdle(Array array)
         m_changed.wait(m_mutex);
 }
 
-void TaskTable::awaitWelcome(Array array)
+bool TaskTable::awaitFewErrors(Array array, unsigned long milliseconds)
 {
     const Locker lock(m_mutex);
-    while (m_running.contains(array) || mustStandBack(array) || hasManyErrors(array))
-        m_changed.wait(m_mutex);
+    const QDeadlineTimer end(static_cast<qint64>(milliseconds));
+    while (hasManyErrors(array) && !end.hasExpired())
+        m_changed.waitFor(m_mutex, static_cast<unsigned long>(end.remainingTime()));
+    return !hasManyErrors(array);
 }
 
 bool TaskTable::isCompleting(Array array) const

@@ -37,9 +37,8 @@ public:
     /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
     bool begin(Array array);
     /// As begin() for a thread that merely wants samples: it stands back, too, while somebody waits in
-    /// await() for `array`, since many such threads could keep the array from ever being idle, and while many
-    /// errors of `array` are queued, which the main thread could otherwise never catch up with.
-    bool beginIfWelcome(Array array);
+    /// await() for `array`. Many such threads could otherwise keep the array from ever being idle.
+    bool beginUnlessAwaited(Array array);
     /// Says which object will run the task that was entered last for `array`.
     void setRunnable(Array array, QRunnable* runnable);
     /// As begin() for a write. When a task runs already, remembers that `array` is to be written once that is
@@ -66,10 +65,11 @@ public:
     /// has no running task and no completion of one that has not run. Reports that are posted meanwhile
     /// stay queued: readers of a broken array may post them faster than they are run.
     void await(Array array);
-    /// Waits until `array` has no running task and nobody waits for it; completions are left to others.
+    /// Waits until beginUnlessAwaited() has a chance; completions are left to others.
     void awaitIdle(Array array);
-    /// Waits until beginIfWelcome() has a chance; as above.
-    void awaitWelcome(Array array);
+    /// Waits while many errors of `array` are queued, at most so long: a thread that caused more of them
+    /// could keep the main thread, which runs them, from ever catching up. Returns whether they are few.
+    bool awaitFewErrors(Array array, unsigned long milliseconds);
 
     bool isRunning(Array array) const;
     /// Whether a task of `array` runs, or what follows one has not been done yet.
