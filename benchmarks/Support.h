@@ -23,7 +23,7 @@ namespace vx::bench {
 bool wantsBigCases();
 void setWantsBigCases(bool wanted);
 
-/// Reproducible measured-looking floats, from `seed`.
+/// Reproducible measured-looking floats, from `seed`; from a million on the first million again and again.
 std::vector<float> measuredFloats(std::size_t count, unsigned seed = 1);
 
 /// Reproducible positions from 0 to `below` - 1.
