@@ -1,9 +1,12 @@
 #include <datastorage/arrays/SampleLoader_p.h>
 
+#include <datastorage/cache/CacheFileReader_p.h>
+
 #include <QtCore/QFile>
 #include <QtCore/QtEndian>
 
 #include <algorithm>
+#include <span>
 #include <typeinfo>
 
 namespace vx::datastorage {
@@ -13,11 +16,11 @@ namespace {
 constexpr qint64 countBytes = 8;
 constexpr qint64 bytesPerSample = 4;
 
-/// Bytes per read of a device that may be slow or watched: readers can start on the first samples long
+/// Samples per read of a device that may be slow or watched: readers can start on the first samples long
 /// before the end.
-constexpr qint64 chunkBytes = 1024;
-/// Bytes per read of a plain file: a read of 1024 bytes through QFile costs as much as copying 4 KiB.
-constexpr qint64 fileChunkBytes = qint64{512} * 1024;
+constexpr qint64 deviceChunk = 1024 / bytesPerSample;
+/// Samples per read of a plain file: a read of 1024 bytes through QFile costs as much as copying 4 KiB.
+constexpr qint64 fileChunk = qint64{512} * 1024 / bytesPerSample;
 
 /// See MINIMUM_WAKE_BYTES.
 constexpr qint64 wakeFraction = 50;
@@ -38,6 +41,49 @@ qint64 readFully(QIODevice& device, char* data, qint64 bytes)
     return done;
 }
 
+/// The samples of a device, which stands at the first of them.
+class DeviceSamples
+{
+public:
+    explicit DeviceSamples(QIODevice& device) : m_device(device) {}
+
+    qint64 chunk() const { return typeid(m_device) == typeid(QFile) ? fileChunk : deviceChunk; }
+    bool skip(qint64 count) { return m_device.seek(m_device.pos() + count * bytesPerSample); }
+    qint64 read(std::span<DataTypeBase> out)
+    {
+        return readFully(m_device, reinterpret_cast<char*>(out.data()),
+                         static_cast<qint64>(out.size_bytes())) /
+               bytesPerSample;
+    }
+
+private:
+    QIODevice& m_device;
+};
+
+/// The samples of a cache file.
+class FileSamples
+{
+public:
+    explicit FileSamples(CacheFileReader& file) : m_file(file) {}
+
+    static qint64 chunk() { return fileChunk; }
+    bool skip(qint64 count)
+    {
+        m_next += count;
+        return true;
+    }
+    qint64 read(std::span<DataTypeBase> out)
+    {
+        const qint64 count = m_file.readSamples(m_next, m_file.sampleCount(), out);
+        m_next += count;
+        return count;
+    }
+
+private:
+    CacheFileReader& m_file;
+    qint64 m_next = 0;
+};
+
 } // namespace
 
 bool SampleLoader::load(QIODevice& device)
@@ -48,13 +94,23 @@ bool SampleLoader::load(QIODevice& device)
         count = qFromLittleEndian(stored);
     else if (isFromCache())
         return false;
-    if (!isPlausible(device, count))
-        return false;
+    return isPlausible(device, count) && loadFrom(DeviceSamples(device), count);
+}
+
+bool SampleLoader::load(CacheFileReader& file)
+{
+    return file.sampleCount() <= SampleBlock::maximumSamples &&
+           loadFrom(FileSamples(file), file.sampleCount());
+}
+
+template <typename Source>
+bool SampleLoader::loadFrom(Source source, qint64 count)
+{
     const std::optional<Target> target = prepare(count);
     if (!target)
         return false;
     bool isDelivered = true;
-    if (target->first >= 0 && readChunks(device, *target, count, isDelivered))
+    if (target->first >= 0 && readChunks(source, *target, count, isDelivered))
         finish(target->generation, count);
     m_array.m_loadLock.wakeAll();
     return isDelivered;
@@ -114,17 +170,17 @@ std::optional<SampleLoader::Target> SampleLoader::prepare(qint64 count)
 /// Reads the samples from `target.first` on, publishing them chunk by chunk. Returns false when the
 /// array was emptied meanwhile, so that nobody wants the rest, and when its own file could not be read
 /// (`isDelivered` is then false): what stands for the missing samples must not be taken for the content.
-bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 count, bool& isDelivered)
+template <typename Source>
+bool SampleLoader::readChunks(Source& source, const Target& target, qint64 count, bool& isDelivered)
 {
-    const bool isPlainFile = typeid(device) == typeid(QFile);
-    qint64 remaining = (count - target.first) * bytesPerSample;
-    qint64 chunk = std::min(isPlainFile ? fileChunkBytes : chunkBytes, remaining);
-    const qint64 wakeBytes = std::max(remaining / wakeFraction, MINIMUM_WAKE_BYTES);
+    qint64 remaining = count - target.first;
+    qint64 chunk = std::min(source.chunk(), remaining);
+    const qint64 wakeBytes = std::max(bytesPerSample * remaining / wakeFraction, MINIMUM_WAKE_BYTES);
     qint64 sinceWake = 0;
-    bool delivers = target.first == 0 || device.seek(device.pos() + target.first * bytesPerSample);
+    bool delivers = target.first == 0 || source.skip(target.first);
     DataTypeBase* destination = target.block.samples() + target.first;
     do {
-        const qint64 got = delivers ? readFully(device, reinterpret_cast<char*>(destination), chunk) : 0;
+        const qint64 got = delivers ? source.read({destination, static_cast<std::size_t>(chunk)}) : 0;
         if (got < chunk) {
             // Once the device has failed, what it delivers later would land at the wrong index.
             delivers = false;
@@ -133,20 +189,19 @@ bool SampleLoader::readChunks(QIODevice& device, const Target& target, qint64 co
                 abandon(target.generation);
                 return false;
             }
-            std::fill(destination + got / bytesPerSample, destination + chunk / bytesPerSample,
-                      missingSample());
+            std::fill(destination + got, destination + chunk, missingSample());
         }
-        if (!publish(target.generation, chunk / bytesPerSample))
+        if (!publish(target.generation, chunk))
             return false;
         if (delivers && isFromCache())
-            sumUp(target, destination - target.block.samples(), chunk / bytesPerSample);
-        sinceWake += chunk;
+            sumUp(target, destination - target.block.samples(), chunk);
+        sinceWake += bytesPerSample * chunk;
         if (sinceWake >= wakeBytes) {
             m_array.m_loadLock.wakeAll();
             sinceWake = 0;
         }
         remaining -= chunk;
-        destination += chunk / bytesPerSample;
+        destination += chunk;
         chunk = std::min(chunk, remaining);
     } while (remaining > 0);
     return true;

@@ -8,6 +8,8 @@ class QIODevice;
 
 namespace vx::datastorage {
 
+class CacheFileReader;
+
 /// Readers are woken after every 50th of the body or after this many bytes, whichever is more.
 inline constexpr qint64 MINIMUM_WAKE_BYTES = qint64{10} * 1024 * 1024;
 
@@ -19,6 +21,8 @@ public:
 
     /// Loads the body at the device's position; see DataArrayStreamed::readFromDiskStream().
     bool load(QIODevice& device);
+    /// Loads the samples of a cache file that openCacheFile() has opened.
+    bool load(CacheFileReader& file);
 
 private:
     struct Target
@@ -28,9 +32,12 @@ private:
         qint64 first;     ///< samples already in memory
         quint64 envelope; ///< generation of the envelope of the file's samples
     };
+    template <typename Source>
+    bool loadFrom(Source source, qint64 count);
     std::optional<Target> prepare(qint64 count);
     bool isPlausible(const QIODevice& device, qint64 count) const;
-    bool readChunks(QIODevice& device, const Target& target, qint64 count, bool& isDelivered);
+    template <typename Source>
+    bool readChunks(Source& source, const Target& target, qint64 count, bool& isDelivered);
     void abandon(quint64 generation);
     bool publish(quint64 generation, qint64 samples);
     bool isFromCache() const;

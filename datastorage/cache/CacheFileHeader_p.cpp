@@ -36,14 +36,19 @@ std::optional<quint32> readCacheFileVersion(QIODevice& device)
     const std::optional<HeaderBytes> bytes = readHeaderBytes(device);
     if (!bytes)
         return std::nullopt;
-    return qFromLittleEndian<quint32>(bytes->data() + VERSION_OFFSET);
+    return cacheFileVersion(*bytes);
+}
+
+quint32 cacheFileVersion(std::span<const char, CACHE_FILE_HEADER_BYTES> header)
+{
+    return qFromLittleEndian<quint32>(header.data() + VERSION_OFFSET);
 }
 
 bool readCurrentCacheFileHeader(QIODevice& device)
 {
     const std::optional<HeaderBytes> bytes = readHeaderBytes(device);
     return bytes && qFromLittleEndian<quint32>(bytes->data()) == CACHE_FILE_MAGIC &&
-           qFromLittleEndian<quint32>(bytes->data() + VERSION_OFFSET) == CACHE_FILE_VERSION;
+           cacheFileVersion(*bytes) == CACHE_FILE_VERSION;
 }
 
 } // namespace vx::datastorage

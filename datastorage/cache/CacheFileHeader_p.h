@@ -3,6 +3,7 @@
 #include <QtCore/QtGlobal>
 
 #include <optional>
+#include <span>
 
 class QIODevice;
 
@@ -24,6 +25,9 @@ bool writeCacheFileHeader(QIODevice& device);
 /// delivers less than the whole header. The magic is not looked at: tasks tell files apart by their
 /// version alone.
 [[nodiscard]] std::optional<quint32> readCacheFileVersion(QIODevice& device);
+
+/// The version in the bytes of a header, whatever the magic.
+[[nodiscard]] quint32 cacheFileVersion(std::span<const char, CACHE_FILE_HEADER_BYTES> header);
 
 /// Reads magic and version and says whether both are exactly those of writeCacheFileHeader(): whoever
 /// maps a file gets no second chance to notice that it is foreign.

@@ -2,13 +2,10 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/arrays/SampleLoader_p.h>
-#include <datastorage/cache/CacheFileSamples_p.h>
+#include <datastorage/cache/CacheFileReader_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheManager_p.h>
 #include <datastorage/cache/PoolThreadPause_p.h>
-#include <datastorage/cache/RegularFile_p.h>
-
-#include <QtCore/QFile>
 
 #include <algorithm>
 
@@ -234,16 +231,16 @@ bool CacheManagerPrivate::isReadFromFile(DataArrayInfoStreamed* info, const Data
 qint64 CacheManagerPrivate::readFromFile(DataArrayInfoStreamed* info, qint64 first,
                                          std::span<DataTypeBase> out) const
 {
-    QFile file;
+    CacheFileReader file;
     const DataArrayStreamed& array = *StreamedArrayAccess::arrayOf(*info);
     const StreamedArrayState& state = StreamedArrayAccess::state(array);
     const QString fileName = registry.fileOfFiled(info);
     const qint64 written = state.samplesOnDisk.load();
-    if (state.fileIsPartial || fileName.isNull() || !openRegularFile(file, fileName, QIODevice::Unbuffered))
+    if (state.fileIsPartial || fileName.isNull() || !file.open(fileName))
         return 0;
     // Not by its count, which is ahead of the samples while an append writes. Behind those that were
     // written anything may stand.
-    return readSamplesAt(file, std::min(samplesByLength(file), written), first, out);
+    return file.readSamples(first, written, out);
 }
 
 bool CacheManagerPrivate::startBringingSoon(DataArrayInfoStreamed* info)

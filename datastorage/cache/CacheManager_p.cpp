@@ -2,7 +2,7 @@
 
 #include <datastorage/arrays/DataArrayStreamed_p.h>
 #include <datastorage/cache/CacheFileHeader_p.h>
-#include <datastorage/cache/CacheFileSamples_p.h>
+#include <datastorage/cache/CacheFileReader_p.h>
 #include <datastorage/cache/CacheLog_p.h>
 #include <datastorage/cache/CacheManager.h>
 #include <datastorage/cache/CacheReadManager.h>
@@ -457,14 +457,12 @@ bool CacheManagerPrivate::isLost(DataArrayInfoStreamed* info, qint64 index, cons
 CacheManagerAccess::FileRead CacheManagerPrivate::readSamples(const QString& fileName, qint64 first,
                                                               std::span<DataTypeBase> out)
 {
-    QFile file;
-    CacheManagerAccess::FileRead read{0, CACHE_FILE_SAMPLES_OFFSET, CacheTaskRead::open(file, fileName)};
+    CacheFileReader file;
+    CacheManagerAccess::FileRead read{0, CACHE_FILE_SAMPLES_OFFSET, openCacheFile(file, fileName)};
     if (!read.error.isEmpty())
         return read;
-    // The count was compared with the length when the file was opened.
-    read.count = readSamplesAt(file, readSampleCount(file).value_or(0), first, out);
-    read.bytes +=
-        static_cast<qint64>(sizeof(qint64)) + read.count * static_cast<qint64>(sizeof(DataTypeBase));
+    read.count = file.readSamples(first, file.sampleCount(), out);
+    read.bytes += read.count * static_cast<qint64>(sizeof(DataTypeBase));
     if (read.count == 0)
         read.error = cacheFileReadError(fileName);
     return read;

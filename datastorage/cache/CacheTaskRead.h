@@ -7,8 +7,6 @@
 #include <QtCore/QRunnable>
 #include <QtCore/QString>
 
-class QFile;
-
 namespace vx::datastorage {
 
 class CacheManagerPrivate;
@@ -42,7 +40,6 @@ Q_SIGNALS:
 private:
     friend class CacheManagerPrivate;
 
-    static QString open(QFile& file, const QString& fileName);
     static QString load(const QString& fileName, DataArrayInfoStreamed* info);
 
     QString m_fileName;

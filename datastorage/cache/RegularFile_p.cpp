@@ -29,27 +29,37 @@ bool failAsPlainOpen(QFile& file, const QString& path)
 
 } // namespace
 
-bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
+RegularDescriptor openRegularDescriptor(const QString& path)
 {
-    file.close();
     if (path.contains(QChar(u'\0')))
-        return false; // the system would take the part before it
+        return {}; // the system would take the part before it
     // What was opened is looked at, not the path: something else could stand there a moment later.
     int descriptor = -1;
+    const QByteArray name = QFile::encodeName(path);
     do {
-        descriptor =
-            ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+        descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     } while (descriptor == -1 && errno == EINTR);
     if (descriptor == -1)
-        return failAsPlainOpen(file, path);
+        return {.tellsReason = true};
     struct stat status
     {};
     const bool isKnown = ::fstat(descriptor, &status) == 0;
-    if (isKnown && S_ISREG(status.st_mode) &&
-        file.open(descriptor, QIODevice::ReadOnly | options, QFileDevice::AutoCloseHandle))
-        return true;
+    if (isKnown && S_ISREG(status.st_mode))
+        return {.number = descriptor, .bytes = static_cast<qint64>(status.st_size)};
     ::close(descriptor);
-    return isKnown && S_ISDIR(status.st_mode) && failAsPlainOpen(file, path);
+    return {.tellsReason = isKnown && S_ISDIR(status.st_mode)};
+}
+
+bool openRegularFile(QFile& file, const QString& path, QIODevice::OpenMode options)
+{
+    file.close();
+    const RegularDescriptor opened = openRegularDescriptor(path);
+    if (opened.number == -1)
+        return opened.tellsReason && failAsPlainOpen(file, path);
+    if (file.open(opened.number, QIODevice::ReadOnly | options, QFileDevice::AutoCloseHandle))
+        return true;
+    ::close(opened.number);
+    return false;
 }
 
 qint64 regularFileBytes(const QString& path)

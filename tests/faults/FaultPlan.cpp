@@ -153,6 +153,22 @@ ssize_t read(int descriptor, void* data, size_t bytes)
     return real(descriptor, data, bytes);
 }
 
+ssize_t pread(int descriptor, void* data, size_t bytes, off_t offset)
+{
+    static auto* const real = next<ssize_t(int, void*, size_t, off_t)>("pread");
+    if (isBelow(descriptor) && fails(Call::Read))
+        return refuse(EIO);
+    return real(descriptor, data, bytes, offset);
+}
+
+ssize_t pread64(int descriptor, void* data, size_t bytes, off64_t offset)
+{
+    static auto* const real = next<ssize_t(int, void*, size_t, off64_t)>("pread64");
+    if (isBelow(descriptor) && fails(Call::Read))
+        return refuse(EIO);
+    return real(descriptor, data, bytes, offset);
+}
+
 ssize_t write(int descriptor, const void* data, size_t bytes)
 {
     static auto* const real = next<ssize_t(int, const void*, size_t)>("write");
