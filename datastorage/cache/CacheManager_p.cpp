@@ -14,6 +14,7 @@
 #include <tools/TaskHandOff_p.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QSet>
 #include <QtCore/QThread>
@@ -50,14 +51,15 @@ CompletionRunner::CompletionRunner(TaskTable& tasks) : m_tasks(tasks)
 
 void CompletionRunner::wake()
 {
-    // Without an application the completions wait for the next awaitTaskFinished(). The call carries
-    // nothing, so nothing is shared through Qt. One call per completion: an application object that goes
-    // away takes the calls that wait with it.
+    // Without an application the completions wait for the next awaitTaskFinished(). The event carries
+    // nothing, so nothing is shared through Qt. One event per completion, also where another one is on its
+    // way: an application object that goes away takes those with it, and an event loop inside the handling
+    // of another event need not see what was posted before it began.
     if (QCoreApplication::instance())
-        QMetaObject::invokeMethod(this, "onWake", Qt::QueuedConnection);
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
 
-void CompletionRunner::onWake()
+void CompletionRunner::customEvent(QEvent* /*event*/)
 {
     const bool isSameTurn = m_loop && m_loop == QAbstractEventDispatcher::instance();
     if (!isSameTurn || m_runsInTurn < mostRunsPerTurn)

@@ -37,10 +37,8 @@ public:
     /// Asks the main thread's event loop to run the queued completions. Any thread.
     void wake();
 
-public Q_SLOTS:
-    void onWake();
-
 protected:
+    void customEvent(QEvent* event) override;
     void timerEvent(QTimerEvent* event) override;
 
 private:
