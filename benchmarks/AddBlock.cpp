@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace vx::bench {
 
@@ -34,10 +35,14 @@ std::vector<int> samplesOf(int /*tag*/)
 }
 
 template <typename Sample>
+constexpr datastorage::DataType typeOf =
+    std::is_same_v<Sample, float> ? datastorage::Float : datastorage::Int;
+
+template <typename Sample>
 void addBlockLibrary(benchmark::State& state)
 {
     const std::vector<Sample> samples = samplesOf(Sample());
-    const auto owner = makeStreamedArray();
+    const auto owner = makeStreamedArray(QStringLiteral("U"), typeOf<Sample>);
     datastorage::DataArrayInfo* array = owner.get();
     for (std::size_t i = 0; i < BLOCKS; ++i)
         array->addSamples(std::span<const Sample>(samples));

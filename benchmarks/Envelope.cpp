@@ -1,6 +1,6 @@
 // The envelope of an array whose samples are on disk, in 2,000 columns, against one pass over the
-// extremes of blocks of 256 samples and 64 KiB read from the file. And summing up a million samples that
-// were just added, which the first envelope does, against a vectorised minimum and maximum of them.
+// extremes of blocks of 256 samples and 64 KiB read from the file. And the first envelope of a million
+// samples that were just added, against a vectorised minimum and maximum of them.
 #include "Support.h"
 
 #include <benchmark/benchmark.h>

@@ -73,11 +73,11 @@ ScratchFile::~ScratchFile()
     std::filesystem::remove_all(m_path); // a directory when a peer has made one
 }
 
-std::unique_ptr<datastorage::DataArrayInfoStreamed> makeStreamedArray(const QString& name)
+std::unique_ptr<datastorage::DataArrayInfoStreamed> makeStreamedArray(const QString& name,
+                                                                      datastorage::DataType type)
 {
     auto array = std::make_unique<datastorage::DataArrayInfoStreamed>(
-        name, datastorage::ParameterVoltage, datastorage::Float,
-        datastorage::UsualUnit(datastorage::UnitVolt));
+        name, datastorage::ParameterVoltage, type, datastorage::UsualUnit(datastorage::UnitVolt));
     array->createDataArray();
     return array;
 }

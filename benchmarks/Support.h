@@ -83,9 +83,9 @@ private:
     std::size_t m_samplesEach;
 };
 
-/// A new streamed float array that no cache knows.
+/// A new streamed array, of floats or ints, that no cache knows.
 std::unique_ptr<datastorage::DataArrayInfoStreamed>
-makeStreamedArray(const QString& name = QStringLiteral("U"));
+makeStreamedArray(const QString& name = QStringLiteral("U"), datastorage::DataType type = datastorage::Float);
 
 /// What one iteration of the case handles.
 inline void countItems(benchmark::State& state, std::size_t items)

@@ -44,6 +44,15 @@ public:
     /// refused, less than was brought.
     Appended append(quint64 generation, qint64 first, std::span<const DataTypeBase> samples);
 
+    /// Copies `samples`, which are added to the content as those from `first` on, to `to`; sums them up in
+    /// the same pass if they follow what is summed up and are of the envelope's kind. Returns their range.
+    EnvelopeRange appendCopied(SampleKind kind, qint64 first, std::span<const DataTypeBase> samples,
+                               DataTypeBase* to);
+    /// As append(), for samples of the present content, but takes a limited number of them: called with all
+    /// samples of a block whenever some were added, it keeps up, and closes a gap that memory once refused
+    /// has left over several calls.
+    void follow(qint64 first, std::span<const DataTypeBase> samples);
+
     /// Calls `ask(envelope)` unless the generation is another one; returns whether it did.
     template <typename Question>
     bool ask(quint64 generation, Question question) const

@@ -36,7 +36,7 @@ class DataArrayStreamed;
 ///
 /// Asking for an envelope() never brings the array into memory. Minimum, maximum and missing samples of
 /// blocks of 256 are kept for every array, in 1 to 2.3 % of the memory of the samples; they are summed up
-/// when samples are written, loaded, dropped or asked for:
+/// when samples are added, written, loaded, dropped or asked for:
 /// - of samples on disk, blocks suffice for wide columns but for the outer edges, which are read from
 ///   the file, at most 2 KiB; a range of fewer than 256 samples per column is read whole;
 /// - the first call for many samples of an array that was restored reads the file once, in the calling

@@ -111,7 +111,7 @@ void DataArrayStreamed::addSlowly(DataTypeBase value)
         return;
     m_data[size] = value;
     StreamedArrayAccess::publishAdded(*this, size + 1, 1);
-    m_fillLimit = m_limit;
+    StreamedArrayAccess::followAdded(*this);
 }
 
 void DataArrayStreamed::clear()

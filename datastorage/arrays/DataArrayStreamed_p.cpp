@@ -16,6 +16,12 @@ namespace vx::datastorage {
 
 namespace {
 
+/// Samples of a block that are copied and summed up before others can be read or summed up.
+constexpr std::size_t samplesOfPiece = 8192;
+/// Samples that are added one by one, or in small blocks, between two looks of the envelope: they fit the
+/// second cache.
+constexpr qint64 samplesBetweenSums = 65536;
+
 qint64 sizeOf(std::span<const DataTypeBase> samples)
 {
     return static_cast<qint64>(samples.size());
@@ -363,10 +369,40 @@ SampleRange StreamedArrayAccess::addBlockStreamed(DataArrayStreamed& array, std:
     const qint64 size = array.m_loadedSize.load();
     if (!makeRoomOrFail(array, size, count))
         return rangeOf(samples);
-    const SampleRange range = copyWithRange(samples, array.m_data + size);
-    publishAdded(array, size + count, count);
-    array.m_fillLimit = array.m_limit;
+    return appendSamples(array, samples);
+}
+
+/// Adds samples for which there is room.
+template <typename Sample>
+SampleRange StreamedArrayAccess::appendSamples(DataArrayStreamed& array, std::span<const Sample> samples)
+{
+    ArrayEnvelope& envelope = array.m_state->envelope;
+    SampleRange range;
+    if (samples.size() >= samplesOfPiece)
+        followAdded(array); // up to here, so that the envelope can take the samples while they are copied
+    while (!samples.empty()) {
+        const auto piece = samples.first(std::min(samples.size(), samplesOfPiece));
+        const auto count = static_cast<qint64>(piece.size());
+        const qint64 size = array.m_loadedSize.load();
+        const EnvelopeRange keys =
+            envelope.appendCopied(kindOfSamples<Sample>, array.m_firstIndex.load() + size,
+                                  asRawSamples(piece), array.m_data + size);
+        range.include(sampleRange(keys, piece));
+        publishAdded(array, size + count, count);
+        if (size + count >= array.m_fillLimit)
+            followAdded(array);
+        samples = samples.subspan(piece.size());
+    }
     return range;
+}
+
+/// Sums up what was added since the last time and lets samples simply be stored until it is time again.
+void StreamedArrayAccess::followAdded(DataArrayStreamed& array)
+{
+    const qint64 loaded = array.m_loadedSize.load();
+    array.m_state->envelope.follow(array.m_firstIndex.load(),
+                                   {array.m_data, static_cast<std::size_t>(loaded)});
+    array.m_fillLimit = std::min(array.m_limit, loaded + samplesBetweenSums);
 }
 
 // Giving memory back

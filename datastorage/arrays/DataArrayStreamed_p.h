@@ -244,6 +244,9 @@ private:
     static SampleRange addBlockStreamed(DataArrayStreamed& array, std::span<const Sample> samples);
     static bool startFilling(DataArrayStreamed& array);
     static bool makeRoomOrFail(DataArrayStreamed& array, qint64 used, qint64 extra);
+    template <typename Sample>
+    static SampleRange appendSamples(DataArrayStreamed& array, std::span<const Sample> samples);
+    static void followAdded(DataArrayStreamed& array);
     static void addLate(DataArrayStreamed& array, std::span<const DataTypeBase> samples);
     static void stopFilling(DataArrayStreamed& array);
     static void takeLate(DataArrayStreamed& array);

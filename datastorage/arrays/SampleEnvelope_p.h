@@ -1,51 +1,16 @@
 #pragma once
 
-#include <datastorage/arrays/DataType.h>
 #include <datastorage/arrays/Envelope.h>
+#include <datastorage/arrays/EnvelopeRange_p.h>
 
 #include <QtCore/qglobal.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 #include <span>
 #include <vector>
 
 namespace vx::datastorage {
-
-/// How an envelope takes samples.
-enum class SampleKind
-{
-    Float, ///< NaN marks a missing sample
-    Int    ///< 2143289344 marks a missing sample
-};
-
-inline SampleKind sampleKindOf(DataType type)
-{
-    return type == DataType::Float ? SampleKind::Float : SampleKind::Int;
-}
-
-/// Smallest and largest of some samples, and how many were missing.
-///
-/// The values are kept as ints that have the order of the samples: an int as it is, a float with the
-/// bits behind the sign turned round when it is negative. So everything above single samples is the
-/// same for both kinds. When all samples are missing, the minimum is above the maximum.
-struct EnvelopeRange
-{
-    qint32 minimum = std::numeric_limits<qint32>::max();
-    qint32 maximum = std::numeric_limits<qint32>::min();
-    qint64 missing = 0;
-
-    void include(const EnvelopeRange& other)
-    {
-        minimum = std::min(minimum, other.minimum);
-        maximum = std::max(maximum, other.maximum);
-        missing += other.missing;
-    }
-};
-
-/// The range of `samples`, in one pass.
-EnvelopeRange envelopeOf(std::span<const DataTypeBase> samples, SampleKind kind);
 
 /// `range` over `count` samples from index `first` on, as a column.
 EnvelopeColumn envelopeColumn(const EnvelopeRange& range, SampleKind kind, qint64 first, qint64 count);
@@ -105,6 +70,8 @@ public:
     /// Sums up more samples, those from size() on. Returns false when memory is refused: then those from
     /// the new size() on are not summed up, and may be appended again.
     bool append(std::span<const DataTypeBase> samples) noexcept;
+    /// As append(), and copies all samples to `to` in the same pass, refused or not. Returns their range.
+    EnvelopeRange appendCopied(std::span<const DataTypeBase> samples, DataTypeBase* to) noexcept;
     /// The range of the samples from `first` to `last` - 1. Both are multiples of ENVELOPE_LEAF; `last`
     /// may also be size().
     EnvelopeRange range(qint64 first, qint64 last) const;
@@ -114,6 +81,12 @@ public:
 private:
     using Level = std::vector<EnvelopeRange>;
 
+    std::size_t roomInLeaf() const
+    {
+        return static_cast<std::size_t>(ENVELOPE_LEAF - m_size % ENVELOPE_LEAF);
+    }
+    bool makeRoomFor(std::size_t samples) noexcept;
+    void include(const EnvelopeRange& range, std::size_t samples) noexcept;
     bool makeRoomForLeaf() noexcept;
     void addLeaf(const EnvelopeRange& leaf) noexcept;
     EnvelopeRange leaf(std::size_t index) const

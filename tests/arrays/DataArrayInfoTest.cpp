@@ -1,5 +1,6 @@
 #include <datastorage/arrays/DataArrayInfo.h>
 
+#include <datastorage/arrays/DataArrayInfoStreamed.h>
 #include <datastorage/units/PhysicalParameter.h>
 #include <datastorage/units/UsualUnit.h>
 
@@ -39,6 +40,14 @@ const UsualUnit MILLIAMPERE_HOUR_PER_GRAM(static_cast<UsualUnitType>(41), static
 DataArrayInfo makeInfo(DataType type)
 {
     return {"Voltage", static_cast<PhysicalParameter>(9), type, VOLT};
+}
+
+std::unique_ptr<DataArrayInfoStreamed> makeStreamed(DataType type)
+{
+    auto info =
+        std::make_unique<DataArrayInfoStreamed>("Voltage", static_cast<PhysicalParameter>(9), type, VOLT);
+    info->createDataArray();
+    return info;
 }
 
 } // namespace
@@ -273,6 +282,19 @@ struct FloatBlockRow
     std::vector<float> samples;
 };
 
+constexpr float INFINITE = std::numeric_limits<float>::infinity();
+
+std::vector<float> filled(std::size_t count, float sample)
+{
+    return std::vector<float>(count, sample);
+}
+
+std::vector<float> joined(std::vector<float> front, const std::vector<float>& back)
+{
+    front.insert(front.end(), back.begin(), back.end());
+    return front;
+}
+
 const FloatBlockRow FLOAT_BLOCKS[] = {
     {"None", {}},
     {"One", {2.5F}},
@@ -282,6 +304,12 @@ const FloatBlockRow FLOAT_BLOCKS[] = {
     {"LargestIsMinusZero", {-1.0F, -0.0F, 0.0F}},
     {"OnlyNan", {QUIET_NAN, QUIET_NAN}},
     {"SeventeenAndSmallestLast", {9, 8, 7, 6, 5, 4, 3, 2, 1, 2, 3, 4, 5, 6, 7, QUIET_NAN, -0.0F}},
+    {"Infinity", {INFINITE}},
+    {"MinusInfinityAndNan", {QUIET_NAN, -INFINITE}},
+    {"BothInfinities", {1.0F, INFINITE, -INFINITE}},
+    {"LongAndFirstZeroBehindManyOthers", joined(filled(20000, 1.0F), {-0.0F, 0.0F, -0.0F})},
+    {"LongAndFirstZeroEarly", joined({0.0F}, joined(filled(20000, -1.0F), {-0.0F}))},
+    {"LongAndNanInFront", joined(filled(20000, QUIET_NAN), {2.0F})},
     {"SeventeenAndLargestLast", {-9, -8, -7, QUIET_NAN, -5, -4, -3, -2, -1, -2, -3, -4, -5, -6, -7, -8, 3}},
 };
 
@@ -307,6 +335,22 @@ TEST_P(DataArrayInfoFloatBlock, IsAddedAsItsSamplesAre)
     ASSERT_EQ(block.getSize(), single.getSize());
     for (qint64 i = 0; i < single.getSize(); ++i) {
         EXPECT_EQ(block.getSampleInt(i), single.getSampleInt(i)) << i;
+    }
+}
+
+TEST_P(DataArrayInfoFloatBlock, IsAddedToAStreamedArrayAsItsSamplesAre)
+{
+    const auto block = makeStreamed(Float);
+    const auto single = makeStreamed(Float);
+    block->addSamples(std::span<const float>(GetParam().samples));
+    for (const float sample : GetParam().samples) {
+        single->addSampleFloat(sample);
+    }
+    EXPECT_EQ(bitsOf(block->getMin()), bitsOf(single->getMin()));
+    EXPECT_EQ(bitsOf(block->getMax()), bitsOf(single->getMax()));
+    ASSERT_EQ(block->getSize(), single->getSize());
+    for (qint64 i = 0; i < single->getSize(); ++i) {
+        EXPECT_EQ(block->getSampleInt(i), single->getSampleInt(i)) << i;
     }
 }
 

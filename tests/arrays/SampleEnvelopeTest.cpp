@@ -115,6 +115,80 @@ TEST_P(SampleEnvelopeOf, SamplesInOnePassIsWhatEverySampleSays)
     }
 }
 
+TEST_P(SampleEnvelopeOf, SamplesThatAreCopiedIsTheSameAndTheyArriveAsTheyAre)
+{
+    const SampleKind kind = GetParam();
+    const std::vector<DataTypeBase> samples = oddSamples(3000, 6);
+    for (std::size_t count = 0; count < 600; ++count) {
+        const auto part = std::span(samples).subspan(count, count);
+        std::vector<DataTypeBase> copy(count + 1, DataTypeBase{.intValue = 12345});
+        EXPECT_EQ(copyWithEnvelope(part, kind, copy.data()), envelopeOf(part, kind)) << count;
+        for (std::size_t i = 0; i < count; ++i)
+            ASSERT_EQ(copy[i].intValue, part[i].intValue) << i << " of " << count;
+        EXPECT_EQ(copy[count].intValue, 12345) << "behind " << count;
+    }
+}
+
+TEST(EnvelopeOfInts, LargerThanTheMissingOneIsWhatTheySay)
+{
+    for (const qint32 other : {MISSING + 1, std::numeric_limits<qint32>::max()}) {
+        std::vector<DataTypeBase> samples(100, DataTypeBase{.intValue = MISSING});
+        samples[50].intValue = other;
+        const EnvelopeRange range = envelopeOf(samples, SampleKind::Int);
+        EXPECT_EQ(range, (EnvelopeRange{other, other, 99}));
+    }
+}
+
+TEST(EnvelopeOfMany, CountsMissingOnesBeyondAMillion)
+{
+    const std::vector<DataTypeBase> samples(3'000'000, DataTypeBase{.intValue = MISSING});
+    for (const SampleKind kind : {SampleKind::Float, SampleKind::Int})
+        EXPECT_EQ(envelopeOf(samples, kind), EnvelopeRange{.missing = 3'000'000});
+}
+
+TEST_P(SampleEnvelopeOf, SamplesThatAreCopiedInPiecesIsTheSameAsOfThoseAppended)
+{
+    const SampleKind kind = GetParam();
+    const std::vector<DataTypeBase> samples = oddSamples(10'000, 7);
+    std::vector<DataTypeBase> copy(samples.size());
+    SampleEnvelope envelope(kind);
+    Random random(8);
+    for (std::size_t at = 0; at < samples.size();) {
+        const std::size_t count = std::min<std::size_t>(1 + random.upTo(900), samples.size() - at);
+        const auto part = std::span(samples).subspan(at, count);
+        EXPECT_EQ(envelope.appendCopied(part, copy.data() + at), envelopeOf(part, kind));
+        at += count;
+        ASSERT_EQ(envelope.size(), static_cast<qint64>(at));
+    }
+    const SampleEnvelope appended = envelopeInPieces(samples, kind, 1000);
+    for (qint64 last = ENVELOPE_LEAF; last <= envelope.size(); last += ENVELOPE_LEAF)
+        ASSERT_EQ(envelope.range(0, last), appended.range(0, last)) << last;
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        ASSERT_EQ(copy[i].intValue, samples[i].intValue) << i;
+}
+
+TEST_P(SampleEnvelopeOf, CopiedSamplesWithoutMemoryEndsEarlyButTheyAllArrive)
+{
+    if (!RefusedNew::isPossible())
+        GTEST_SKIP() << "the sanitizer has the memory";
+    const SampleKind kind = GetParam();
+    const std::vector<DataTypeBase> samples = oddSamples(5000, 9);
+    std::vector<DataTypeBase> copy(samples.size());
+    SampleEnvelope envelope(kind);
+    EnvelopeRange range;
+    {
+        const RefusedNew refused = RefusedNew::nth(7);
+        range = envelope.appendCopied(samples, copy.data());
+        ASSERT_EQ(refused.count(), 1);
+    }
+    EXPECT_LT(envelope.size(), 5000);
+    EXPECT_EQ(range, envelopeOf(samples, kind));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        ASSERT_EQ(copy[i].intValue, samples[i].intValue) << i;
+    EXPECT_TRUE(envelope.append(std::span(samples).subspan(static_cast<std::size_t>(envelope.size()))));
+    EXPECT_EQ(envelope.range(0, 5000), range);
+}
+
 TEST_P(SampleEnvelopeOf, RandomRangesIsWhatEverySampleSays)
 {
     const SampleKind kind = GetParam();

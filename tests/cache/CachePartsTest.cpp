@@ -578,6 +578,99 @@ TEST(StreamedBlock, AnArrayThatIsCutShortStartsItsEnvelopeOver)
     EXPECT_EQ(envelope.extent().size, 0);
 }
 
+TEST(StreamedBlock, SumsUpSamplesWhileTheyAreAddedOneByOne)
+{
+    OpenStreamedArray array;
+    const ArrayEnvelope& envelope = StreamedArrayAccess::state(array).envelope;
+    for (int i = 0; i < 300'000; ++i) {
+        array.addSampleFloat(1.0F);
+        ASSERT_LE(envelope.extent().size, i + 1);
+        ASSERT_LT(i - envelope.extent().size, 65536) << "at " << i;
+    }
+}
+
+class StreamedBlockOf : public testing::TestWithParam<std::size_t>
+{};
+
+INSTANTIATE_TEST_SUITE_P(Samples, StreamedBlockOf, testing::Values(10, 1000, 8192, 8193, 1'000'000),
+                         testing::PrintToStringParamName());
+
+TEST_P(StreamedBlockOf, SamplesSumsThemUpWhileTheyAreAdded)
+{
+    const auto array = named("U");
+    array->createDataArray();
+    const ArrayEnvelope& envelope =
+        StreamedArrayAccess::state(*StreamedArrayAccess::arrayOf(*array)).envelope;
+    const std::vector<float> block(GetParam(), 1.0F);
+    for (std::size_t i = 1; i * GetParam() <= 2'000'000; ++i) {
+        array->addSamples(std::span<const float>(block));
+        ASSERT_EQ(array->getSize(), static_cast<qint64>(i * GetParam()));
+        ASSERT_EQ(envelope.extent().size, array->getSize());
+    }
+}
+
+TEST(StreamedBlock, OfManySamplesIsSummedUpBehindSinglesThatWereNot)
+{
+    const auto array = named("U");
+    array->createDataArray();
+    const ArrayEnvelope& envelope =
+        StreamedArrayAccess::state(*StreamedArrayAccess::arrayOf(*array)).envelope;
+    for (int i = 0; i < 5000; ++i)
+        array->addSampleFloat(1.0F);
+    ASSERT_LT(envelope.extent().size, 5000);
+    array->addSamples(std::span<const float>(std::vector<float>(8192, 2.0F)));
+    EXPECT_EQ(envelope.extent().size, 5000 + 8192);
+}
+
+TEST(StreamedBlock, SumsUpIntsInAnArrayOfFloatsAsTheFloatsThatTheyAre)
+{
+    const auto array = named("U");
+    array->createDataArray();
+    std::vector<int> bits(100'000, 0x3F800000); // 1.0F
+    bits[70'000] = 0x7FC00000;
+    bits[80'000] = static_cast<int>(0xC0000000); // -2.0F, and as an int the smallest
+    array->addSamples(std::span<const int>(bits));
+    const std::vector<EnvelopeColumn> columns = array->envelope(0, 100'000, 1);
+    ASSERT_EQ(columns.size(), 1U);
+    EXPECT_EQ(columns[0].minimum, -2.0);
+    EXPECT_EQ(columns[0].maximum, 1.0);
+    EXPECT_EQ(columns[0].missing, 1);
+    EXPECT_EQ(array->getMin(), static_cast<float>(static_cast<int>(0xC0000000)));
+    EXPECT_EQ(array->getMax(), static_cast<float>(0x3F800000));
+}
+
+TEST(ArrayEnvelope, FollowsOnlyWhatItHasNoGapBeforeAndALimitedNumber)
+{
+    const std::vector<DataTypeBase> samples(300'000, DataTypeBase{.floatValue = 1.0F});
+    ArrayEnvelope envelope;
+    envelope.follow(1, samples);
+    EXPECT_EQ(envelope.extent().size, 0) << "sample 0 is not there";
+    envelope.follow(0, samples);
+    EXPECT_EQ(envelope.extent().size, 131'072);
+    envelope.follow(100'000, std::span(samples).first(200'000));
+    EXPECT_EQ(envelope.extent().size, 262'144);
+    envelope.follow(0, samples);
+    envelope.follow(0, samples);
+    EXPECT_EQ(envelope.extent().size, 300'000);
+}
+
+TEST(ArrayEnvelope, TakesCopiedSamplesOnlyWhenTheyFollowAndAreOfItsKind)
+{
+    const std::vector<DataTypeBase> samples(1000, DataTypeBase{.intValue = 7});
+    std::vector<DataTypeBase> copy(1000);
+    ArrayEnvelope envelope;
+    envelope.setKind(SampleKind::Int);
+    const EnvelopeRange range = envelopeOf(samples, SampleKind::Int);
+    EXPECT_EQ(envelope.appendCopied(SampleKind::Int, 1, samples, copy.data()), range);
+    EXPECT_EQ(envelope.extent().size, 0) << "a gap";
+    EXPECT_EQ(envelope.appendCopied(SampleKind::Float, 0, samples, copy.data()),
+              envelopeOf(samples, SampleKind::Float));
+    EXPECT_EQ(envelope.extent().size, 0) << "another kind";
+    EXPECT_EQ(copy[999].intValue, 7);
+    EXPECT_EQ(envelope.appendCopied(SampleKind::Int, 0, samples, copy.data()), range);
+    EXPECT_EQ(envelope.extent().size, 1000);
+}
+
 // ---- blocks of samples
 
 TEST(SampleBlock, OfASizeThatNoArrayCanHaveIsRefused)
