@@ -20,6 +20,7 @@
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
 
+#include <type_traits>
 #include <utility>
 
 namespace vx::datastorage {
@@ -226,7 +227,9 @@ template <typename Task>
 void CacheManagerPrivate::start(DataArrayInfoStreamed* info, Task* task)
 {
     task->setAutoDelete(true);
-    tasks.setRunnable(info, task);
+    // What a read leaves in memory depends on whether the main thread reads.
+    constexpr bool isWrite = std::is_same_v<Task, CacheTaskWrite>;
+    tasks.setRunnable(info, task, isWrite ? TaskTable::RunsOn::AnyThread : TaskTable::RunsOn::PoolThread);
     nel::tools::releaseTask(task);
     if (QThreadPool* pool = QThreadPool::globalInstance()) {
         pool->start(task, 0);

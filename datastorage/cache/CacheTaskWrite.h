@@ -12,7 +12,8 @@ class QFile;
 
 namespace vx::datastorage {
 
-/// Writes the samples of one array to its cache file, on a thread of the global thread pool.
+/// Writes the samples of one array to its cache file, on a thread of the global thread pool, or on the thread
+/// that waits for it if it comes before an idle pool.
 ///
 /// A current file (version 2) is brought up to date: its count is rewritten and what is new is
 /// appended. A missing, empty or outdated one is written whole. The samples stay in memory; a write
@@ -37,7 +38,7 @@ public:
     /// batch mode follows.
     void setAppendMode(bool append);
 
-    /// Writes or continues the file on the thread of the pool, and emits its signals there.
+    /// Writes or continues the file on the calling thread, and emits its signals there.
     void run() override;
 
 Q_SIGNALS:

@@ -9,6 +9,7 @@
 #include <QtCore/QThreadPool>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace vx::datastorage {
@@ -58,11 +59,13 @@ bool TaskTable::enter(Array array)
     return true;
 }
 
-void TaskTable::setRunnable(Array array, QRunnable* runnable)
+void TaskTable::setRunnable(Array array, QRunnable* runnable, RunsOn where)
 {
     const Locker lock(m_mutex);
-    if (const std::shared_ptr<Record> record = m_running.value(array))
+    if (const std::shared_ptr<Record> record = m_running.value(array)) {
         record->runnable = runnable;
+        record->where = where;
+    }
 }
 
 bool TaskTable::beginWrite(Array array)
@@ -194,7 +197,7 @@ void TaskTable::awaitTask(const Wanted& wanted)
     for (;;) {
         if (const std::shared_ptr<Record> record = m_running.value(array)) {
             record->isAwaited = true;
-            while (!record->isFinished)
+            while (!record->isFinished && !runHere(*record))
                 m_changed.wait(m_mutex);
             if (const Completion completion = std::exchange(record->completion, {}))
                 execute(array, completion);
@@ -204,6 +207,24 @@ void TaskTable::awaitTask(const Wanted& wanted)
             return;
         }
     }
+}
+
+bool TaskTable::takeFromIdlePool(QRunnable* runnable)
+{
+    QThreadPool* pool = QThreadPool::globalInstance();
+    return pool && pool->activeThreadCount() < pool->maxThreadCount() && pool->tryTake(runnable);
+}
+
+/// Takes a task back, if that is possible, and runs it without the lock. Returns whether it did.
+bool TaskTable::runHere(Record& record)
+{
+    if (record.where != RunsOn::AnyThread || !record.runnable || !m_takeBack(record.runnable))
+        return false;
+    const std::unique_ptr<QRunnable> task(std::exchange(record.runnable, nullptr));
+    m_mutex.unlock();
+    task->run();
+    m_mutex.lock();
+    return true;
 }
 
 void TaskTable::awaitIdle(Array array)

@@ -32,15 +32,31 @@ public:
 
     /// `wake` asks the main thread to call runPending(); it may be null. It is called with the table's
     /// lock held, so that no task is still in it when stop() has returned, and must not use the table.
-    explicit TaskTable(std::function<void()> wake = {}) : m_wake(std::move(wake)) {}
+    /// `takeBack` takes a task back that is about to begin.
+    explicit TaskTable(std::function<void()> wake = {},
+                       std::function<bool(QRunnable*)> takeBack = takeFromIdlePool)
+        : m_wake(std::move(wake)), m_takeBack(std::move(takeBack))
+    {}
+
+    /// Takes a task back from the global thread pool while a thread of it is about to begin the task. Returns
+    /// whether it was so. A task that waits for others keeps its place behind them.
+    static bool takeFromIdlePool(QRunnable* runnable);
 
     /// Enters a task of `array`. Returns false, with nothing changed, when one runs already.
     bool begin(Array array);
     /// As begin() for a thread that merely wants samples: it stands back, too, while somebody waits in
     /// await() for `array`. Many such threads could otherwise keep the array from ever being idle.
     bool beginUnlessAwaited(Array array);
-    /// Says which object will run the task that was entered last for `array`.
-    void setRunnable(Array array, QRunnable* runnable);
+    enum class RunsOn
+    {
+        PoolThread,
+        /// It does the same on any thread: one that waits for it runs it itself if it can be taken back.
+        /// Otherwise a small task takes less time than its thread and the one that waits take to wake up.
+        AnyThread
+    };
+    /// Says which object, given to the global thread pool next, will run the task that was entered last for
+    /// `array`.
+    void setRunnable(Array array, QRunnable* runnable, RunsOn where = RunsOn::PoolThread);
     /// As begin() for a write. When a task runs already, remembers that `array` is to be written once that is
     /// over.
     bool beginWrite(Array array);
@@ -96,6 +112,7 @@ private:
         bool writeRequested = false;
         Completion completion; ///< handed over to the waiting thread
         QRunnable* runnable = nullptr;
+        RunsOn where = RunsOn::PoolThread;
     };
     struct Queued
     {
@@ -122,6 +139,7 @@ private:
     bool runQueued(const Wanted& wanted) VX_REQUIRES(m_mutex);
     bool runQueuedNow() VX_REQUIRES(m_mutex);
     void awaitTask(const Wanted& wanted) VX_REQUIRES(m_mutex);
+    bool runHere(Record& record) VX_REQUIRES(m_mutex);
     void execute(Array array, const Completion& completion) VX_REQUIRES(m_mutex);
     bool isExecutingElsewhere(Array array) const VX_REQUIRES(m_mutex);
 
@@ -130,6 +148,7 @@ private:
     void countError(const Queued& queued, int change) VX_REQUIRES(m_mutex);
 
     const std::function<void()> m_wake; ///< constant after construction
+    const std::function<bool(QRunnable*)> m_takeBack;
     mutable nel::tools::Mutex m_mutex;
     nel::tools::WaitCondition m_changed; ///< a task or a completion is over
     QHash<Array, std::shared_ptr<Record>> m_running VX_GUARDED_BY(m_mutex);

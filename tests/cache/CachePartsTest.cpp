@@ -362,6 +362,54 @@ TEST_F(TaskTableOrder, AStopTakesBackWhatHasNotStarted)
     EXPECT_FALSE(hasRun);
 }
 
+TEST_F(TaskTableOrder, WhoWaitsRunsATaskThatMayRunAnywhereIfItCanBeTakenBack)
+{
+    QRunnable* taken = nullptr;
+    TaskTable tasks({}, [&taken](QRunnable* runnable) {
+        taken = runnable;
+        return true;
+    });
+    ASSERT_TRUE(tasks.begin(m_a.get()));
+    std::thread::id thread;
+    const auto life = std::make_shared<int>();
+    QRunnable* task = QRunnable::create([&, life] {
+        thread = std::this_thread::get_id();
+        EXPECT_FALSE(tasks.finish(m_a.get(), note(1))) << "who waits takes what follows";
+    });
+    tasks.setRunnable(m_a.get(), task, TaskTable::RunsOn::AnyThread);
+    tasks.await(m_a.get());
+    EXPECT_EQ(taken, task);
+    EXPECT_EQ(thread, std::this_thread::get_id());
+    EXPECT_EQ(m_order, std::vector{1});
+    EXPECT_FALSE(tasks.isBusy(m_a.get()));
+    EXPECT_EQ(life.use_count(), 1) << "the task is gone";
+}
+
+TEST_F(TaskTableOrder, WhoWaitsLeavesATaskOfThePoolToIt)
+{
+    TaskTable tasks({}, [](QRunnable*) {
+        ADD_FAILURE() << "it was asked for";
+        return true;
+    });
+    ASSERT_TRUE(tasks.begin(m_a.get()));
+    QRunnable* task = QRunnable::create([&] { tasks.finish(m_a.get(), note(1)); });
+    tasks.setRunnable(m_a.get(), task);
+    QThreadPool::globalInstance()->start(task);
+    tasks.await(m_a.get());
+    EXPECT_EQ(m_order, std::vector{1});
+}
+
+TEST_F(TaskTableOrder, ATaskThatWaitsForOthersIsNotTakenOutOfItsTurn)
+{
+    GatedPool pool;
+    std::atomic<bool> hasRun{false};
+    QRunnable* task = QRunnable::create([&hasRun] { hasRun = true; });
+    QThreadPool::globalInstance()->start(task);
+    EXPECT_FALSE(TaskTable::takeFromIdlePool(task));
+    pool.drain();
+    EXPECT_TRUE(hasRun);
+}
+
 TEST_F(TaskTableOrder, AStopWaitsForWhatRuns)
 {
     ASSERT_TRUE(m_tasks.begin(m_a.get()));
