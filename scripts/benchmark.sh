@@ -2,7 +2,7 @@
 # Builds the benchmarks in release, runs them with repetitions in random order and writes
 # docs/benchmarks.md: for every job its ratio to the limit of the machine.
 #
-#   scripts/benchmark.sh [--quick] [--filter REGEX] [--peers]
+#   scripts/benchmark.sh [--quick] [--repetitions N] [--filter REGEX] [--peers]
 #
 # --quick leaves out the cases with 10^8 samples and repeats less; --filter runs the jobs whose names
 # match, and does not touch the page; --peers measures other stores as well.
@@ -18,6 +18,10 @@ while [ $# -gt 0 ]; do
     --quick)
         repetitions=5
         big=()
+        ;;
+    --repetitions)
+        repetitions=${2:?--repetitions needs a number}
+        shift
         ;;
     --filter)
         filter=${2:?--filter needs a regular expression}
