@@ -25,7 +25,7 @@ packages_of() {
     debian) echo debhelper doxygen dpkg-dev fakeroot lintian qt6-documentation-tools ;;
     root) echo debootstrap ;;
     *)
-        echo "error: unknown profile $1; there are build, test, plot, lint, mingw, package, coverage, mutation, spelling, docs, abi, debian, root" >&2
+        echo "error: unknown profile $1; there are build, test, plot, lint, mingw, package, coverage, mutation, spelling, bench, peers, docs, abi, debian, root" >&2
         exit 2
         ;;
     esac
