@@ -18,8 +18,7 @@ namespace {
 
 /// Samples of a block that are copied and summed up before others can be read or summed up.
 constexpr std::size_t samplesOfPiece = 8192;
-/// Samples that are added one by one, or in small blocks, between two looks of the envelope: they fit the
-/// second cache.
+/// Samples that are added one by one before the envelope takes them: they fit a processor's second cache.
 constexpr qint64 samplesBetweenSums = 65536;
 
 qint64 sizeOf(std::span<const DataTypeBase> samples)

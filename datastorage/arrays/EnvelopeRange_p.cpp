@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -18,8 +17,7 @@ constexpr qint32 highestKey = std::numeric_limits<qint32>::max();
 /// Samples whose missing ones every lane can count.
 constexpr std::size_t mostAtOnce = 1 << 20;
 
-// Vectors of four samples. Compilers turn loops over arrays into such code only sometimes: written out it
-// takes a quarter of the time (AddBlock, g++ 12).
+// Vectors of four samples. Compilers turn loops over arrays into such code only sometimes.
 #if defined(__GNUC__)
 
 using Floats = float __attribute__((vector_size(16)));
